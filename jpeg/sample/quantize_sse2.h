@@ -1,0 +1,33 @@
+// Eight-lane forms of the coefficient formulas of quantize.h, for the block
+// kernels and the fused DCT kernels.
+#ifndef ZEQ_JPEG_SAMPLE_QUANTIZE_SSE2_H
+#define ZEQ_JPEG_SAMPLE_QUANTIZE_SSE2_H
+
+#include "core/sse2.h"
+
+namespace zeq::sse2 {
+
+// Round half to even of (c * r) / 2^15 in 16-bit lanes, saturated. With the
+// product split as 65536 * hi + lo (lo unsigned), the result is
+// 2 * hi + carry, where carry = (lo + 16383 + bit 15 of lo) >> 15 is 0, 1 or 2.
+// The 17-bit sum is formed by the unsigned average, and 2 * hi + carry is
+// added as (hi + carry) + hi so the saturation sees the true sum.
+inline V128 quantizeLanes(V128 coefficients, V128 reciprocals) {
+    const V128 lo = mulLow16(coefficients, reciprocals);
+    const V128 hi = mulHighSignedUnsigned16(coefficients, reciprocals);
+    const V128 loTopBit = _mm_srli_epi16(lo, 15);
+    const V128 halfSum = _mm_avg_epu16(lo, _mm_add_epi16(loTopBit, splat16(16382)));
+    const V128 carry = _mm_srli_epi16(halfSum, 14);
+    return _mm_adds_epi16(_mm_adds_epi16(hi, carry), hi);
+}
+
+// c * q saturated to 16 bits (q unsigned).
+inline V128 dequantizeLanes(V128 coefficients, V128 quantizers) {
+    const V128 lo = mulLow16(coefficients, quantizers);
+    const V128 hi = mulHighSignedUnsigned16(coefficients, quantizers);
+    return packSaturate32To16(interleaveLow16(lo, hi), interleaveHigh16(lo, hi));
+}
+
+}  // namespace zeq::sse2
+
+#endif  // ZEQ_JPEG_SAMPLE_QUANTIZE_SSE2_H

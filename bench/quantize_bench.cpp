@@ -45,6 +45,7 @@ void apiQuantize(int16_t* block, const uint16_t* table) { zeqiQuantFwd8x8_JPEG_1
 void apiDequantize(int16_t* block, const uint16_t* table) { zeqiQuantInv8x8_JPEG_16s_C1I(block, table); }
 
 BENCHMARK(BM_Block<apiQuantize, true>)->Name("QuantFwd8x8");
+BENCHMARK(BM_Block<zeq::quantizeBlockSse2, true>)->Name("QuantFwd8x8/kernel");
 BENCHMARK(BM_Block<zeq::quantizeBlockScalar, true>)->Name("QuantFwd8x8/scalar");
 BENCHMARK(BM_Block<apiDequantize, false>)->Name("QuantInv8x8");
 BENCHMARK(BM_Block<zeq::dequantizeBlockScalar, false>)->Name("QuantInv8x8/scalar");

@@ -12,9 +12,13 @@ namespace zeq::sse2 {
 // 2 * hi + carry, where carry = (lo + 16383 + bit 15 of lo) >> 15 is 0, 1 or 2.
 // The 17-bit sum is formed by the unsigned average, and 2 * hi + carry is
 // added as (hi + carry) + hi so the saturation sees the true sum.
+// kReciprocalsBelow32768 drops the unsigned correction of the high half; it is
+// exact only when every lane of r is below 32768.
+template <bool kReciprocalsBelow32768 = false>
 inline V128 quantizeLanes(V128 coefficients, V128 reciprocals) {
     const V128 lo = mulLow16(coefficients, reciprocals);
-    const V128 hi = mulHighSignedUnsigned16(coefficients, reciprocals);
+    const V128 hi = kReciprocalsBelow32768 ? _mm_mulhi_epi16(coefficients, reciprocals)
+                                           : mulHighSignedUnsigned16(coefficients, reciprocals);
     const V128 loTopBit = _mm_srli_epi16(lo, 15);
     const V128 halfSum = _mm_avg_epu16(lo, _mm_add_epi16(loTopBit, splat16(16382)));
     const V128 carry = _mm_srli_epi16(halfSum, 14);

@@ -44,14 +44,18 @@ std::vector<uint16_t> interestingTableValues(uint32_t seed) {
 TEST(QuantizeCoefficient, EveryCoefficientMatchesExactRoundHalfEven) {
     for (uint16_t r : interestingTableValues(7)) {
         for (int c0 = -32768; c0 <= 32767; c0 += 8) {
-            int16_t lanes[8], out[8];
+            int16_t lanes[8], out[8], outBelow[8];
             for (int k = 0; k < 8; ++k) lanes[k] = static_cast<int16_t>(c0 + k);
-            sse2::storeu(out, sse2::quantizeLanes(sse2::loadu(lanes),
-                                                  sse2::splat16(static_cast<int16_t>(r))));
+            const sse2::V128 splat = sse2::splat16(static_cast<int16_t>(r));
+            sse2::storeu(out, sse2::quantizeLanes(sse2::loadu(lanes), splat));
+            sse2::storeu(outBelow, sse2::quantizeLanes<true>(sse2::loadu(lanes), splat));
             for (int k = 0; k < 8; ++k) {
                 const int16_t expected = referenceQuantize(lanes[k], r);
                 ASSERT_EQ(quantizeCoefficient(lanes[k], r), expected) << lanes[k] << " * " << r;
                 ASSERT_EQ(out[k], expected) << "vector " << lanes[k] << " * " << r;
+                if (r < 32768) {
+                    ASSERT_EQ(outBelow[k], expected) << lanes[k] << " * " << r;
+                }
             }
         }
     }
@@ -111,11 +115,15 @@ TEST(QuantizeBlock, VectorMatchesScalarOnRandomBlocks) {
         for (int i = 0; i < 64; ++i) {
             block[i] = small ? test::uniform<int16_t>(rng, -2048, 2047)
                              : test::uniform<int16_t>(rng, -32768, 32767);
-            fwd[i] = n % 3 ? test::uniform<uint16_t>(rng, 129, 32768)
-                           : test::uniform<uint16_t>(rng, 0, 65535);
+            // Tables of quantizers 2..255 (all reciprocals below 32768), with
+            // a quantizer of 1 (32768), and of any 16-bit value.
+            fwd[i] = n % 3 == 0   ? test::uniform<uint16_t>(rng, 0, 65535)
+                     : n % 3 == 1 ? test::uniform<uint16_t>(rng, 129, 16384)
+                                  : test::uniform<uint16_t>(rng, 129, 32768);
             inv[i] = n % 3 ? test::uniform<uint16_t>(rng, 1, 255)
                            : test::uniform<uint16_t>(rng, 0, 65535);
         }
+        if (n % 3 == 2) fwd[n % 64] = 32768;
         Block qVec = block, qRef = block, dVec = block, dRef = block;
         quantizeBlockSse2(qVec.data(), fwd.data());
         quantizeBlockScalar(qRef.data(), fwd.data());

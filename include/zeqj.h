@@ -96,6 +96,48 @@ ZEQJ_API ZeqStatus zeqiQuantFwd8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t*
 /* Dequantizes one natural-order 8x8 block in place (saturated). */
 ZEQJ_API ZeqStatus zeqiQuantInv8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t* invQuantTable);
 
+/* ---- JPEG forward DCT with quantization ----------------------------- */
+
+/* ---- JPEG inverse DCT with dequantization --------------------------- */
+
+/* ---- JPEG whole-image colour conversion ----------------------------- */
+
+/* ---- JPEG chroma sampling ------------------------------------------- */
+
+/* ---- JPEG MCU-level fused conversions ------------------------------- */
+
+/* ---- JPEG Huffman table specifications ------------------------------ */
+
+/* ---- JPEG Huffman baseline encoding --------------------------------- */
+
+/* ---- JPEG Huffman baseline decoding --------------------------------- */
+
+/* ---- JPEG progressive block coding ---------------------------------- */
+
+/* ---- JPEG statistics for optimal tables ----------------------------- */
+
+/* ---- JPEG lossless prediction and row coding ------------------------ */
+
+/* ---- JPEG 2000 component transforms --------------------------------- */
+
+/* ---- JPEG 2000 reversible 5/3 wavelet ------------------------------- */
+
+/* ---- JPEG 2000 irreversible 9/7 wavelet ----------------------------- */
+
+/* ---- JPEG 2000 code-block encoder ----------------------------------- */
+
+/* ---- JPEG 2000 code-block decoder ----------------------------------- */
+
+/* ---- JPEG 2000 progressive code-block decoder ----------------------- */
+
+/* ---- HD Photo core transform ---------------------------------------- */
+
+/* ---- TIFF row utilities --------------------------------------------- */
+
+/* ---- Texture block encoding ----------------------------------------- */
+
+/* ---- Texture block decoding ----------------------------------------- */
+
 #ifdef __cplusplus
 }
 #endif

@@ -132,6 +132,23 @@ ZEQJ_API ZeqStatus zeqiQuantInv8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t*
 
 /* ---- HD Photo core transform ---------------------------------------- */
 
+/* Forward photo core transform of every 4x4 block of a region (width and height multiples of 4). */
+ZEQJ_API ZeqStatus zeqiPCTFwd_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep, ZeqiSize roiSize);
+/* Forward photo core transform of the 2x2 blocks of an 8x8 area. */
+ZEQJ_API ZeqStatus zeqiPCTFwd8x8_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+/* Forward photo core transform of the 2x4 blocks of an area 8 wide and 16 high. */
+ZEQJ_API ZeqStatus zeqiPCTFwd8x16_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+/* Forward photo core transform of the 4x4 blocks of a 16x16 area. */
+ZEQJ_API ZeqStatus zeqiPCTFwd16x16_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+/* Inverse photo core transform of every 4x4 block of a region (width and height multiples of 4). */
+ZEQJ_API ZeqStatus zeqiPCTInv_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep, ZeqiSize roiSize);
+/* Inverse photo core transform of the 2x2 blocks of an 8x8 area. */
+ZEQJ_API ZeqStatus zeqiPCTInv8x8_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+/* Inverse photo core transform of the 2x4 blocks of an area 8 wide and 16 high. */
+ZEQJ_API ZeqStatus zeqiPCTInv8x16_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+/* Inverse photo core transform of the 4x4 blocks of a 16x16 area. */
+ZEQJ_API ZeqStatus zeqiPCTInv16x16_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+
 /* ---- TIFF row utilities --------------------------------------------- */
 
 /* ---- Texture block encoding ----------------------------------------- */

@@ -151,6 +151,22 @@ ZEQJ_API ZeqStatus zeqiPCTInv16x16_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstS
 
 /* ---- TIFF row utilities --------------------------------------------- */
 
+/* PackBits-codes srcLength bytes, appending whole packets at dst[*dstPosition] within
+ * dstCapacity bytes; *dstPosition is advanced, also when StatusRowBufferExhausted stops it. */
+ZEQJ_API ZeqStatus zeqiPackBitsRow_TIFF_8u_C1(const uint8_t* src, int32_t srcLength, uint8_t* dst,
+                                              int32_t* dstPosition, int32_t dstCapacity);
+/* Decodes PackBits packets from src[*srcPosition] until dstLength bytes are out; *srcPosition
+ * is advanced past the packets read, also when StatusRowBufferExhausted stops it. */
+ZEQJ_API ZeqStatus zeqiUnpackBitsRow_TIFF_8u_C1(const uint8_t* src, int32_t* srcPosition,
+                                                int32_t srcLength, uint8_t* dst,
+                                                int32_t dstLength);
+/* Splits little-endian 16-bit samples into high bytes (dst[0]) and low bytes (dst[1]). */
+ZEQJ_API ZeqStatus zeqiSplitRow_TIFF_16u8u_C1(const uint8_t* src, uint8_t* const dst[2],
+                                              int32_t length);
+/* Joins high bytes (src[0]) and low bytes (src[1]) into little-endian 16-bit samples. */
+ZEQJ_API ZeqStatus zeqiJoinRow_TIFF_8u16u_C1(const uint8_t* const src[2], uint8_t* dst,
+                                             int32_t length);
+
 /* ---- Texture block encoding ----------------------------------------- */
 
 /* ---- Texture block decoding ----------------------------------------- */

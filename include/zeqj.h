@@ -169,6 +169,23 @@ ZEQJ_API ZeqStatus zeqiJoinRow_TIFF_8u16u_C1(const uint8_t* const src[2], uint8_
 
 /* ---- Texture block encoding ----------------------------------------- */
 
+/* Encodes an RGBA image (alpha ignored) into ceil(w/4) x ceil(h/4) DXT1 blocks of 8 bytes. */
+ZEQJ_API ZeqStatus zeqiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(const uint8_t* src,
+                                                                int32_t srcStep, ZeqiSize srcSize,
+                                                                uint8_t* dst);
+/* Encodes an RGBA image into DXT3 blocks of 16 bytes (4-bit alpha). */
+ZEQJ_API ZeqStatus zeqiTextureEncodeBlockFromRGBA_DXT3_8u_C4C1R(const uint8_t* src,
+                                                                int32_t srcStep, ZeqiSize srcSize,
+                                                                uint8_t* dst);
+/* Encodes an RGBA image into DXT5 blocks of 16 bytes (interpolated alpha). */
+ZEQJ_API ZeqStatus zeqiTextureEncodeBlockFromRGBA_DXT5_8u_C4C1R(const uint8_t* src,
+                                                                int32_t srcStep, ZeqiSize srcSize,
+                                                                uint8_t* dst);
+/* Encodes a Y, Co, Cg image into DXT5 blocks: Y as alpha, scaled Co/Cg as colour, scale in blue. */
+ZEQJ_API ZeqStatus zeqiTextureEncodeBlockFromYCoCg_DXT5_8u_C3C1R(const uint8_t* src,
+                                                                 int32_t srcStep, ZeqiSize srcSize,
+                                                                 uint8_t* dst);
+
 /* ---- Texture block decoding ----------------------------------------- */
 
 #ifdef __cplusplus

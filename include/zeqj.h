@@ -188,6 +188,19 @@ ZEQJ_API ZeqStatus zeqiTextureEncodeBlockFromYCoCg_DXT5_8u_C3C1R(const uint8_t* 
 
 /* ---- Texture block decoding ----------------------------------------- */
 
+/* Decodes DXT1 blocks to RGBA (three-colour mode's fourth entry is opaque white). */
+ZEQJ_API ZeqStatus zeqiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R(const uint8_t* src, uint8_t* dst,
+                                                              int32_t dstStep, ZeqiSize dstSize);
+/* Decodes DXT3 blocks to RGBA (alpha nibble times 16). */
+ZEQJ_API ZeqStatus zeqiTextureDecodeBlockToRGBA_DXT3_8u_C1C4R(const uint8_t* src, uint8_t* dst,
+                                                              int32_t dstStep, ZeqiSize dstSize);
+/* Decodes DXT5 blocks to RGBA. */
+ZEQJ_API ZeqStatus zeqiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R(const uint8_t* src, uint8_t* dst,
+                                                              int32_t dstStep, ZeqiSize dstSize);
+/* Decodes BC7 blocks (all eight modes) to RGBA; a first byte of 0 gives transparent black. */
+ZEQJ_API ZeqStatus zeqiTextureDecodeBlockToRGBA_BC7_8u_C1C4R(const uint8_t* src, uint8_t* dst,
+                                                             int32_t dstStep, ZeqiSize dstSize);
+
 #ifdef __cplusplus
 }
 #endif

@@ -57,41 +57,42 @@ inline void oddInverse(L& a, L& b, L& c, L& d) {
     a = a - d;
 }
 
-// The asymmetric offsets (4, then 3 and 3) are part of the transform.
-template <class L>
-inline void oddOddForward(L& a, L& b, L& c, L& d) {
-    b = L::splat(0) - b;
-    c = L::splat(0) - c;
+// Both odd-odd kernels open and close with the same steps around a rotation
+// of (a, b); the inverse runs the forward rotation backwards.
+template <class L, class Rotation>
+inline void oddOddFrame(L& a, L& b, L& c, L& d, Rotation rotate) {
     d = d + a;
     c = c - b;
     const L t1 = d >> 1;
     a = a - t1;
     const L t2 = c >> 1;
     b = b + t2;
-    a = a + ((times3(b) + L::splat(4)) >> 3);
-    b = b - ((times3(a) + L::splat(3)) >> 2);
-    a = a + ((times3(b) + L::splat(3)) >> 3);
+    rotate(a, b);
     b = b - t2;
     a = a + t1;
     c = c + b;
     d = d - a;
 }
 
+// The asymmetric offsets (4, then 3 and 3) are part of the transform.
+template <class L>
+inline void oddOddForward(L& a, L& b, L& c, L& d) {
+    b = L::splat(0) - b;
+    c = L::splat(0) - c;
+    oddOddFrame(a, b, c, d, [](L& x, L& y) {
+        x = x + ((times3(y) + L::splat(4)) >> 3);
+        y = y - ((times3(x) + L::splat(3)) >> 2);
+        x = x + ((times3(y) + L::splat(3)) >> 3);
+    });
+}
+
 template <class L>
 inline void oddOddInverse(L& a, L& b, L& c, L& d) {
-    d = d + a;
-    c = c - b;
-    const L t1 = d >> 1;
-    a = a - t1;
-    const L t2 = c >> 1;
-    b = b + t2;
-    a = a - ((times3(b) + L::splat(3)) >> 3);
-    b = b + ((times3(a) + L::splat(3)) >> 2);
-    a = a - ((times3(b) + L::splat(4)) >> 3);
-    b = b - t2;
-    a = a + t1;
-    c = c + b;
-    d = d - a;
+    oddOddFrame(a, b, c, d, [](L& x, L& y) {
+        x = x - ((times3(y) + L::splat(3)) >> 3);
+        y = y + ((times3(x) + L::splat(3)) >> 2);
+        x = x - ((times3(y) + L::splat(4)) >> 3);
+    });
     b = L::splat(0) - b;
     c = L::splat(0) - c;
 }

@@ -1,18 +1,14 @@
 // Exported texture block decoders.
-#include "core/arg_checks.h"
+#include "texture/texture_checks.h"
 #include "texture/texture_decode.h"
 
 using namespace zeq;
 
 namespace {
 
-// Both pointers, then a step of 0 (any other step, negative too, is used as
-// given), then width, then height.
 ZeqStatus decode(TextureFormat format, const uint8_t* src, uint8_t* dst, int32_t dstStep,
                  ZeqiSize size) {
-    if (ZeqStatus s = ArgChecks().pointers(src, dst).status()) return s;
-    if (dstStep == 0) return StatusBadStep;
-    if (ZeqStatus s = ArgChecks().size(size).status()) return s;
+    if (ZeqStatus s = checkTextureArguments(src, dst, dstStep, size)) return s;
     decodeTextureSse2(format, src, dst, dstStep, size);
     return StatusOk;
 }

@@ -1,18 +1,14 @@
 // Exported texture block encoders.
-#include "core/arg_checks.h"
 #include "texture/dxt_encode.h"
+#include "texture/texture_checks.h"
 
 using namespace zeq;
 
 namespace {
 
-// Both pointers, then a step of 0 (any other step, negative too, is used as
-// given), then the size.
 ZeqStatus encode(DxtEncoding encoding, const uint8_t* src, int32_t srcStep, ZeqiSize size,
                  uint8_t* dst) {
-    if (ZeqStatus s = ArgChecks().pointers(src, dst).status()) return s;
-    if (srcStep == 0) return StatusBadStep;
-    if (ZeqStatus s = ArgChecks().size(size).status()) return s;
+    if (ZeqStatus s = checkTextureArguments(src, dst, srcStep, size)) return s;
     encodeTextureSse2(encoding, src, srcStep, size, dst);
     return StatusOk;
 }

@@ -136,10 +136,12 @@ BlockPixels gatherBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size, int 
                         int32_t bx, int32_t by) {
     BlockPixels block;
     for (int row = 0; row < kBlockSide; ++row) {
-        const int32_t y = std::min(by * kBlockSide + row, size.height - 1);
+        const auto y = static_cast<int32_t>(
+            std::min<int64_t>(int64_t{by} * kBlockSide + row, size.height - 1));
         const uint8_t* line = rowAt(src, srcStep, y);
         for (int col = 0; col < kBlockSide; ++col) {
-            const int32_t x = std::min(bx * kBlockSide + col, size.width - 1);
+            const auto x = static_cast<int32_t>(
+                std::min<int64_t>(int64_t{bx} * kBlockSide + col, size.width - 1));
             for (int ch = 0; ch < sourceChannels; ++ch)
                 block.channel[ch][4 * row + col] =
                     line[static_cast<std::ptrdiff_t>(x) * sourceChannels + ch];

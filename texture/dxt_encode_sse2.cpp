@@ -337,7 +337,7 @@ void encodeTextureSse2(DxtEncoding encoding, const uint8_t* src, int32_t srcStep
     const int32_t fullGroups = size.width / (kBlockSide * kTileBlocks);
     for (int32_t by = 0; by < blocksDown(size); ++by) {
         int32_t bx = 0;
-        if ((by + 1) * kBlockSide <= size.height) {
+        if (by < fullBlockRows(size)) {
             const uint8_t* line = rowAt(src, srcStep, by * kBlockSide);
             for (; bx < fullGroups * kTileBlocks; bx += kTileBlocks)
                 encodeFourBlocksSse2(

@@ -16,8 +16,11 @@ constexpr int kBlockPixels = 16;
 constexpr int kColourBlockBytes = 8;
 constexpr int kAlphaBlockBytes = 8;
 
-inline int32_t blocksAcross(ZeqiSize size) { return (size.width + kBlockSide - 1) / kBlockSide; }
-inline int32_t blocksDown(ZeqiSize size) { return (size.height + kBlockSide - 1) / kBlockSide; }
+// Sizes are at least 1; the form keeps INT32_MAX from overflowing.
+inline int32_t blocksAcross(ZeqiSize size) { return (size.width - 1) / kBlockSide + 1; }
+inline int32_t blocksDown(ZeqiSize size) { return (size.height - 1) / kBlockSide + 1; }
+// Block rows whose four pixel rows all lie inside the image.
+inline int32_t fullBlockRows(ZeqiSize size) { return size.height / kBlockSide; }
 
 // Offset of block (bx, by) in a stream of blockBytes-sized blocks.
 inline std::ptrdiff_t blockOffset(ZeqiSize size, int32_t bx, int32_t by, int blockBytes) {

@@ -83,7 +83,7 @@ void decodeTextureSse2(TextureFormat format, const uint8_t* src, uint8_t* dst, i
     uint8_t pixels[4 * kBlockPixels];
     for (int32_t by = 0; by < blocksDown(size); ++by) {
         int32_t bx = 0;
-        if ((by + 1) * kBlockSide <= size.height) {
+        if (by < fullBlockRows(size)) {
             uint8_t* line = rowAt(dst, dstStep, by * kBlockSide);
             for (; bx < fullGroups * kTileBlocks; bx += kTileBlocks)
                 decodeFourBlocksSse2(format, src + blockOffset(size, bx, by, blockBytes),

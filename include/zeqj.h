@@ -132,11 +132,74 @@ ZEQJ_API ZeqStatus zeqiQuantInv8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t*
 
 /* ---- HD Photo core transform ---------------------------------------- */
 
+/* Forward photo core transform of every 4x4 block of a region (width and height multiples of 4). */
+ZEQJ_API ZeqStatus zeqiPCTFwd_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep, ZeqiSize roiSize);
+/* Forward photo core transform of the 2x2 blocks of an 8x8 area. */
+ZEQJ_API ZeqStatus zeqiPCTFwd8x8_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+/* Forward photo core transform of the 2x4 blocks of an area 8 wide and 16 high. */
+ZEQJ_API ZeqStatus zeqiPCTFwd8x16_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+/* Forward photo core transform of the 4x4 blocks of a 16x16 area. */
+ZEQJ_API ZeqStatus zeqiPCTFwd16x16_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+/* Inverse photo core transform of every 4x4 block of a region (width and height multiples of 4). */
+ZEQJ_API ZeqStatus zeqiPCTInv_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep, ZeqiSize roiSize);
+/* Inverse photo core transform of the 2x2 blocks of an 8x8 area. */
+ZEQJ_API ZeqStatus zeqiPCTInv8x8_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+/* Inverse photo core transform of the 2x4 blocks of an area 8 wide and 16 high. */
+ZEQJ_API ZeqStatus zeqiPCTInv8x16_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+/* Inverse photo core transform of the 4x4 blocks of a 16x16 area. */
+ZEQJ_API ZeqStatus zeqiPCTInv16x16_HDP_32s_C1IR(int32_t* srcDst, int32_t srcDstStep);
+
 /* ---- TIFF row utilities --------------------------------------------- */
+
+/* PackBits-codes srcLength bytes, appending whole packets at dst[*dstPosition] within
+ * dstCapacity bytes; *dstPosition is advanced, also when StatusRowBufferExhausted stops it. */
+ZEQJ_API ZeqStatus zeqiPackBitsRow_TIFF_8u_C1(const uint8_t* src, int32_t srcLength, uint8_t* dst,
+                                              int32_t* dstPosition, int32_t dstCapacity);
+/* Decodes PackBits packets from src[*srcPosition] until dstLength bytes are out; *srcPosition
+ * is advanced past the packets read, also when StatusRowBufferExhausted stops it. */
+ZEQJ_API ZeqStatus zeqiUnpackBitsRow_TIFF_8u_C1(const uint8_t* src, int32_t* srcPosition,
+                                                int32_t srcLength, uint8_t* dst,
+                                                int32_t dstLength);
+/* Splits little-endian 16-bit samples into high bytes (dst[0]) and low bytes (dst[1]). */
+ZEQJ_API ZeqStatus zeqiSplitRow_TIFF_16u8u_C1(const uint8_t* src, uint8_t* const dst[2],
+                                              int32_t length);
+/* Joins high bytes (src[0]) and low bytes (src[1]) into little-endian 16-bit samples. */
+ZEQJ_API ZeqStatus zeqiJoinRow_TIFF_8u16u_C1(const uint8_t* const src[2], uint8_t* dst,
+                                             int32_t length);
 
 /* ---- Texture block encoding ----------------------------------------- */
 
+/* Encodes an RGBA image (alpha ignored) into ceil(w/4) x ceil(h/4) DXT1 blocks of 8 bytes. */
+ZEQJ_API ZeqStatus zeqiTextureEncodeBlockFromRGBA_DXT1_8u_C4C1R(const uint8_t* src,
+                                                                int32_t srcStep, ZeqiSize srcSize,
+                                                                uint8_t* dst);
+/* Encodes an RGBA image into DXT3 blocks of 16 bytes (4-bit alpha). */
+ZEQJ_API ZeqStatus zeqiTextureEncodeBlockFromRGBA_DXT3_8u_C4C1R(const uint8_t* src,
+                                                                int32_t srcStep, ZeqiSize srcSize,
+                                                                uint8_t* dst);
+/* Encodes an RGBA image into DXT5 blocks of 16 bytes (interpolated alpha). */
+ZEQJ_API ZeqStatus zeqiTextureEncodeBlockFromRGBA_DXT5_8u_C4C1R(const uint8_t* src,
+                                                                int32_t srcStep, ZeqiSize srcSize,
+                                                                uint8_t* dst);
+/* Encodes a Y, Co, Cg image into DXT5 blocks: Y as alpha, scaled Co/Cg as colour, scale in blue. */
+ZEQJ_API ZeqStatus zeqiTextureEncodeBlockFromYCoCg_DXT5_8u_C3C1R(const uint8_t* src,
+                                                                 int32_t srcStep, ZeqiSize srcSize,
+                                                                 uint8_t* dst);
+
 /* ---- Texture block decoding ----------------------------------------- */
+
+/* Decodes DXT1 blocks to RGBA (three-colour mode's fourth entry is opaque white). */
+ZEQJ_API ZeqStatus zeqiTextureDecodeBlockToRGBA_DXT1_8u_C1C4R(const uint8_t* src, uint8_t* dst,
+                                                              int32_t dstStep, ZeqiSize dstSize);
+/* Decodes DXT3 blocks to RGBA (alpha nibble times 16). */
+ZEQJ_API ZeqStatus zeqiTextureDecodeBlockToRGBA_DXT3_8u_C1C4R(const uint8_t* src, uint8_t* dst,
+                                                              int32_t dstStep, ZeqiSize dstSize);
+/* Decodes DXT5 blocks to RGBA. */
+ZEQJ_API ZeqStatus zeqiTextureDecodeBlockToRGBA_DXT5_8u_C1C4R(const uint8_t* src, uint8_t* dst,
+                                                              int32_t dstStep, ZeqiSize dstSize);
+/* Decodes BC7 blocks (all eight modes) to RGBA; a first byte of 0 gives transparent black. */
+ZEQJ_API ZeqStatus zeqiTextureDecodeBlockToRGBA_BC7_8u_C1C4R(const uint8_t* src, uint8_t* dst,
+                                                             int32_t dstStep, ZeqiSize dstSize);
 
 #ifdef __cplusplus
 }

@@ -11,7 +11,7 @@ namespace {
 template <class Layout, class Image>
 void checkImage(ArgChecks& checks, Image image) {
     if constexpr (std::is_pointer_v<std::remove_pointer_t<Image>>)
-        checks.planes(image, kPlanesOf<Layout>);
+        checks.planes(image, Layout::kPlanes);
     else
         checks.pointer(image);
 }

@@ -101,15 +101,10 @@ OutRow rowOf(uint8_t* const* planes, int32_t step, int32_t y) {
     return r;
 }
 
-template <class Layout>
-constexpr int kPlanesOf = 1;
-template <int Planes, bool Inverted>
-constexpr int kPlanesOf<Planar8<Planes, Inverted>> = Planes;
-
 template <class Layout, class Image>
 auto layoutRow(Image image, int32_t step, int32_t y) {
     if constexpr (std::is_pointer_v<std::remove_pointer_t<Image>>)
-        return rowOf<kPlanesOf<Layout>>(image, step, y);
+        return rowOf<Layout::kPlanes>(image, step, y);
     else
         return rowOf(image, step, y);
 }

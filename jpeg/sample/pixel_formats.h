@@ -79,6 +79,7 @@ inline V128 invert8(V128 v) { return _mm_xor_si128(v, splat16(0xFF)); }
 template <int Bytes, int C0, int C1, int C2, bool Inverted = false>
 struct Interleaved8 {
     static_assert(Bytes == 3 || Bytes == 4, "three or four bytes per pixel");
+    static constexpr int kPlanes = 1, kBytesPerPixel = Bytes;
     static constexpr int kPixelGroup = 1;
     static constexpr bool kHasK = Bytes == 4;
     static constexpr bool kLumaOnly = false;
@@ -146,6 +147,7 @@ struct Interleaved8 {
 // One byte plane per channel: Planes of 1 (luma only), 3 or 4 (K last).
 template <int Planes, bool Inverted = false>
 struct Planar8 {
+    static constexpr int kPlanes = Planes, kBytesPerPixel = 1;
     static constexpr int kPixelGroup = 1;
     static constexpr bool kHasK = Planes == 4;
     static constexpr bool kLumaOnly = Planes == 1;
@@ -194,6 +196,7 @@ struct Planar8 {
 // Fields widen by shifting left (zero low bits) and narrow by truncation.
 template <int RedShift, int BlueShift, int GreenBits>
 struct Packed16 {
+    static constexpr int kPlanes = 1, kBytesPerPixel = 2;
     static constexpr int kPixelGroup = 1;
     static constexpr bool kHasK = false;
     static constexpr bool kLumaOnly = false;
@@ -248,6 +251,7 @@ using Bgr565 = Packed16<11, 0, 6>;
 // the pair's Cb and Cr; storing writes each pixel's Y and, from the even pixel
 // its Cb, from the odd pixel its Cr. Rows hold whole pairs only.
 struct Packed422 {
+    static constexpr int kPlanes = 1, kBytesPerPixel = 2;
     static constexpr int kPixelGroup = 2;
     static constexpr bool kHasK = false;
     static constexpr bool kLumaOnly = false;

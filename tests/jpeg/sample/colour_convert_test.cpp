@@ -185,6 +185,38 @@ TEST(ColourApi, SameOutputSerialAndParallelAroundTheThreshold) {
             for (int threads : {1, 2}) checkRegion(m, roi, threads, ++seed);
 }
 
+// Sources allocated to exactly the bytes of the region (the last row ends the
+// allocation), so the sanitizer build reports any read past it.
+TEST(ColourApi, ReadsNoSourceByteOutsideTheRegion) {
+    auto& rng = test::seededRng(15);
+    for (const Member& m : members()) {
+        for (int32_t width = 1; width <= 40; ++width) {
+            const ZeqiSize roi{width, 2};
+            const int32_t rowBytes = width * m.srcBytes, srcStep = rowBytes + 1;
+            std::vector<std::vector<uint8_t>> planes;
+            uint8_t* srcPlanes[4] = {};
+            for (int p = 0; p < m.srcPlanes; ++p) {
+                planes.emplace_back(static_cast<size_t>(srcStep + rowBytes));
+                test::fillRandom(rng, planes.back().data(), planes.back().size());
+            }
+            for (int p = 0; p < m.srcPlanes; ++p)
+                srcPlanes[p] = planes[static_cast<size_t>(p)].data();
+            PlaneSet got(m.dstPlanes, width * m.dstBytes, 2),
+                want(m.dstPlanes, width * m.dstBytes, 2);
+            ASSERT_EQ(m.call(ImageArg{srcPlanes}, srcStep, ImageArg{got.planes()},
+                             width * m.dstBytes, roi),
+                      StatusOk);
+            PlaneSet src(m.srcPlanes, srcStep, 2);
+            for (int p = 0; p < m.srcPlanes; ++p)
+                std::copy(planes[static_cast<size_t>(p)].begin(),
+                          planes[static_cast<size_t>(p)].end(), src.plane(p));
+            for (int32_t y = 0; y < 2; ++y)
+                m.scalar(inRow(src, srcStep, y), outRow(want, width * m.dstBytes, y), width);
+            ASSERT_TRUE(got == want) << m.name << " width " << width;
+        }
+    }
+}
+
 // ---- Exact values and layouts ----------------------------------------------
 
 // One pixel through an exported member: the source bytes in, the destination

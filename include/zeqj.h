@@ -102,9 +102,236 @@ ZEQJ_API ZeqStatus zeqiQuantInv8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t*
 
 /* ---- JPEG whole-image colour conversion ----------------------------- */
 
+/* Interleaved RGB to Y, Cb, Cr planes. */
+ZEQJ_API ZeqStatus zeqiRGBToYCbCr_JPEG_8u_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                uint8_t* const dst[3], int32_t dstStep,
+                                                ZeqiSize roiSize);
+/* R, G, B planes to Y, Cb, Cr planes. */
+ZEQJ_API ZeqStatus zeqiRGBToYCbCr_JPEG_8u_P3R(const uint8_t* const src[3], int32_t srcStep,
+                                              uint8_t* const dst[3], int32_t dstStep,
+                                              ZeqiSize roiSize);
+/* Interleaved BGR to Y, Cb, Cr planes. */
+ZEQJ_API ZeqStatus zeqiBGRToYCbCr_JPEG_8u_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                uint8_t* const dst[3], int32_t dstStep,
+                                                ZeqiSize roiSize);
+/* Interleaved RGB to a luma plane. */
+ZEQJ_API ZeqStatus zeqiRGBToY_JPEG_8u_C3C1R(const uint8_t* src, int32_t srcStep, uint8_t* dst,
+                                            int32_t dstStep, ZeqiSize roiSize);
+/* R, G, B planes to a luma plane. */
+ZEQJ_API ZeqStatus zeqiRGBToY_JPEG_8u_P3C1R(const uint8_t* const src[3], int32_t srcStep,
+                                            uint8_t* dst, int32_t dstStep, ZeqiSize roiSize);
+/* Interleaved BGR to a luma plane. */
+ZEQJ_API ZeqStatus zeqiBGRToY_JPEG_8u_C3C1R(const uint8_t* src, int32_t srcStep, uint8_t* dst,
+                                            int32_t dstStep, ZeqiSize roiSize);
+/* 16-bit RGB555 (red in the low bits) to Y, Cb, Cr planes. */
+ZEQJ_API ZeqStatus zeqiRGB555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* src, int32_t srcStep,
+                                                      uint8_t* const dst[3], int32_t dstStep,
+                                                      ZeqiSize roiSize);
+/* 16-bit RGB565 (red in the low bits) to Y, Cb, Cr planes. */
+ZEQJ_API ZeqStatus zeqiRGB565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* src, int32_t srcStep,
+                                                      uint8_t* const dst[3], int32_t dstStep,
+                                                      ZeqiSize roiSize);
+/* 16-bit BGR555 (blue in the low bits) to Y, Cb, Cr planes. */
+ZEQJ_API ZeqStatus zeqiBGR555ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* src, int32_t srcStep,
+                                                      uint8_t* const dst[3], int32_t dstStep,
+                                                      ZeqiSize roiSize);
+/* 16-bit BGR565 (blue in the low bits) to Y, Cb, Cr planes. */
+ZEQJ_API ZeqStatus zeqiBGR565ToYCbCr_JPEG_16u8u_C3P3R(const uint16_t* src, int32_t srcStep,
+                                                      uint8_t* const dst[3], int32_t dstStep,
+                                                      ZeqiSize roiSize);
+/* Y, Cb, Cr planes to interleaved RGB. */
+ZEQJ_API ZeqStatus zeqiYCbCrToRGB_JPEG_8u_P3C3R(const uint8_t* const src[3], int32_t srcStep,
+                                                uint8_t* dst, int32_t dstStep, ZeqiSize roiSize);
+/* Y, Cb, Cr planes to R, G, B planes. */
+ZEQJ_API ZeqStatus zeqiYCbCrToRGB_JPEG_8u_P3R(const uint8_t* const src[3], int32_t srcStep,
+                                              uint8_t* const dst[3], int32_t dstStep,
+                                              ZeqiSize roiSize);
+/* Y, Cb, Cr planes to interleaved BGR. */
+ZEQJ_API ZeqStatus zeqiYCbCrToBGR_JPEG_8u_P3C3R(const uint8_t* const src[3], int32_t srcStep,
+                                                uint8_t* dst, int32_t dstStep, ZeqiSize roiSize);
+/* Y, Cb, Cr planes to 16-bit RGB555 (channels truncated). */
+ZEQJ_API ZeqStatus zeqiYCbCrToRGB555_JPEG_8u16u_P3C3R(const uint8_t* const src[3], int32_t srcStep,
+                                                      uint16_t* dst, int32_t dstStep,
+                                                      ZeqiSize roiSize);
+/* Y, Cb, Cr planes to 16-bit RGB565 (channels truncated). */
+ZEQJ_API ZeqStatus zeqiYCbCrToRGB565_JPEG_8u16u_P3C3R(const uint8_t* const src[3], int32_t srcStep,
+                                                      uint16_t* dst, int32_t dstStep,
+                                                      ZeqiSize roiSize);
+/* Y, Cb, Cr planes to 16-bit BGR555 (channels truncated). */
+ZEQJ_API ZeqStatus zeqiYCbCrToBGR555_JPEG_8u16u_P3C3R(const uint8_t* const src[3], int32_t srcStep,
+                                                      uint16_t* dst, int32_t dstStep,
+                                                      ZeqiSize roiSize);
+/* Y, Cb, Cr planes to 16-bit BGR565 (channels truncated). */
+ZEQJ_API ZeqStatus zeqiYCbCrToBGR565_JPEG_8u16u_P3C3R(const uint8_t* const src[3], int32_t srcStep,
+                                                      uint16_t* dst, int32_t dstStep,
+                                                      ZeqiSize roiSize);
+/* Packed Y0 Cb Y1 Cr pairs to interleaved RGB; an odd last pixel is left alone. */
+ZEQJ_API ZeqStatus zeqiYCbCr422ToRGB_JPEG_8u_C2C3R(const uint8_t* src, int32_t srcStep,
+                                                   uint8_t* dst, int32_t dstStep, ZeqiSize roiSize);
+/* Interleaved CMYK to Y, Cb, Cr, K planes. */
+ZEQJ_API ZeqStatus zeqiCMYKToYCCK_JPEG_8u_C4P4R(const uint8_t* src, int32_t srcStep,
+                                                uint8_t* const dst[4], int32_t dstStep,
+                                                ZeqiSize roiSize);
+/* C, M, Y, K planes to Y, Cb, Cr, K planes. */
+ZEQJ_API ZeqStatus zeqiCMYKToYCCK_JPEG_8u_P4R(const uint8_t* const src[4], int32_t srcStep,
+                                              uint8_t* const dst[4], int32_t dstStep,
+                                              ZeqiSize roiSize);
+/* Y, Cb, Cr, K planes to interleaved CMYK. */
+ZEQJ_API ZeqStatus zeqiYCCKToCMYK_JPEG_8u_P4C4R(const uint8_t* const src[4], int32_t srcStep,
+                                                uint8_t* dst, int32_t dstStep, ZeqiSize roiSize);
+/* Y, Cb, Cr, K planes to C, M, Y, K planes. */
+ZEQJ_API ZeqStatus zeqiYCCKToCMYK_JPEG_8u_P4R(const uint8_t* const src[4], int32_t srcStep,
+                                              uint8_t* const dst[4], int32_t dstStep,
+                                              ZeqiSize roiSize);
+
 /* ---- JPEG chroma sampling ------------------------------------------- */
 
+/* Halves a plane horizontally: d = (s[2x] + s[2x+1] + 1) >> 1 over the destination region. */
+ZEQJ_API ZeqStatus zeqiSampleDownH2V1_JPEG_8u_C1R(const uint8_t* src, int32_t srcStep,
+                                                  ZeqiSize srcSize, uint8_t* dst, int32_t dstStep,
+                                                  ZeqiSize dstSize);
+/* Halves a plane both ways: the 2x2 sum plus 3, shifted right by 2. */
+ZEQJ_API ZeqStatus zeqiSampleDownH2V2_JPEG_8u_C1R(const uint8_t* src, int32_t srcStep,
+                                                  ZeqiSize srcSize, uint8_t* dst, int32_t dstStep,
+                                                  ZeqiSize dstSize);
+/* Doubles a plane horizontally (3:1 triangle); reads one source column past each side. */
+ZEQJ_API ZeqStatus zeqiSampleUpH2V1_JPEG_8u_C1R(const uint8_t* src, int32_t srcStep,
+                                                ZeqiSize srcSize, uint8_t* dst, int32_t dstStep,
+                                                ZeqiSize dstSize);
+/* Doubles a plane both ways (9:3:3:1 triangle); reads one source row and column past each side. */
+ZEQJ_API ZeqStatus zeqiSampleUpH2V2_JPEG_8u_C1R(const uint8_t* src, int32_t srcStep,
+                                                ZeqiSize srcSize, uint8_t* dst, int32_t dstStep,
+                                                ZeqiSize dstSize);
+/* Halves one row, biases alternating 0, 1; an odd srcWidth reads one sample past it. */
+ZEQJ_API ZeqStatus zeqiSampleDownRowH2V1_Box_JPEG_8u_C1(const uint8_t* src, int32_t srcWidth,
+                                                        uint8_t* dst);
+/* Halves two rows into one, biases alternating 1, 2; an odd srcWidth reads one sample past it. */
+ZEQJ_API ZeqStatus zeqiSampleDownRowH2V2_Box_JPEG_8u_C1(const uint8_t* src1, const uint8_t* src2,
+                                                        int32_t srcWidth, uint8_t* dst);
+/* Doubles one row (3:1 triangle, edges replicated): 2 * srcWidth outputs. */
+ZEQJ_API ZeqStatus zeqiSampleUpRowH2V1_Triangle_JPEG_8u_C1(const uint8_t* src, int32_t srcWidth,
+                                                           uint8_t* dst);
+/* One output row between the nearer and the farther source row (9:3:3:1, edges replicated). */
+ZEQJ_API ZeqStatus zeqiSampleUpRowH2V2_Triangle_JPEG_8u_C1(const uint8_t* srcNear,
+                                                           const uint8_t* srcFar, int32_t srcWidth,
+                                                           uint8_t* dst);
+
 /* ---- JPEG MCU-level fused conversions ------------------------------- */
+
+/* RGB pixels to level-shifted 444 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiRGBToYCbCr444LS_MCU_8u16s_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[3]);
+/* RGB pixels to level-shifted 422 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiRGBToYCbCr422LS_MCU_8u16s_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[3]);
+/* RGB pixels to level-shifted 411 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiRGBToYCbCr411LS_MCU_8u16s_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[3]);
+/* BGR pixels to level-shifted 444 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiBGRToYCbCr444LS_MCU_8u16s_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[3]);
+/* BGR pixels to level-shifted 422 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiBGRToYCbCr422LS_MCU_8u16s_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[3]);
+/* BGR pixels to level-shifted 411 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiBGRToYCbCr411LS_MCU_8u16s_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[3]);
+/* 16-bit BGR555 pixels to level-shifted 444 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiBGR555ToYCbCr444LS_MCU_16u16s_C3P3R(const uint16_t* src, int32_t srcStep,
+                                                           int16_t* const dstMCU[3]);
+/* 16-bit BGR555 pixels to level-shifted 422 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiBGR555ToYCbCr422LS_MCU_16u16s_C3P3R(const uint16_t* src, int32_t srcStep,
+                                                           int16_t* const dstMCU[3]);
+/* 16-bit BGR555 pixels to level-shifted 411 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiBGR555ToYCbCr411LS_MCU_16u16s_C3P3R(const uint16_t* src, int32_t srcStep,
+                                                           int16_t* const dstMCU[3]);
+/* 16-bit BGR565 pixels to level-shifted 444 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiBGR565ToYCbCr444LS_MCU_16u16s_C3P3R(const uint16_t* src, int32_t srcStep,
+                                                           int16_t* const dstMCU[3]);
+/* 16-bit BGR565 pixels to level-shifted 422 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiBGR565ToYCbCr422LS_MCU_16u16s_C3P3R(const uint16_t* src, int32_t srcStep,
+                                                           int16_t* const dstMCU[3]);
+/* 16-bit BGR565 pixels to level-shifted 411 Y, Cb, Cr blocks. */
+ZEQJ_API ZeqStatus zeqiBGR565ToYCbCr411LS_MCU_16u16s_C3P3R(const uint16_t* src, int32_t srcStep,
+                                                           int16_t* const dstMCU[3]);
+/* CMYK pixels to level-shifted 444 Y, Cb, Cr blocks and full-size K blocks. */
+ZEQJ_API ZeqStatus zeqiCMYKToYCCK444LS_MCU_8u16s_C4P4R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[4]);
+/* CMYK pixels to level-shifted 422 Y, Cb, Cr blocks and full-size K blocks. */
+ZEQJ_API ZeqStatus zeqiCMYKToYCCK422LS_MCU_8u16s_C4P4R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[4]);
+/* CMYK pixels to level-shifted 411 Y, Cb, Cr blocks and full-size K blocks. */
+ZEQJ_API ZeqStatus zeqiCMYKToYCCK411LS_MCU_8u16s_C4P4R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[4]);
+/* Interleaved Y, Cb, Cr pixels to level-shifted 444 blocks (chroma averaged, truncated). */
+ZEQJ_API ZeqStatus zeqiSampleDown444LS_MCU_8u16s_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[3]);
+/* Interleaved Y, Cb, Cr pixels to level-shifted 422 blocks (chroma averaged, truncated). */
+ZEQJ_API ZeqStatus zeqiSampleDown422LS_MCU_8u16s_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[3]);
+/* Interleaved Y, Cb, Cr pixels to level-shifted 411 blocks (chroma averaged, truncated). */
+ZEQJ_API ZeqStatus zeqiSampleDown411LS_MCU_8u16s_C3P3R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* const dstMCU[3]);
+/* Packed Y0 Cb Y1 Cr pixels (16x8) to level-shifted 422 blocks. */
+ZEQJ_API ZeqStatus zeqiSplit422LS_MCU_8u16s_C2P3R(const uint8_t* src, int32_t srcStep,
+                                                  int16_t* const dstMCU[3]);
+/* Level-shifted 444 Y, Cb, Cr blocks to RGB pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr444ToRGBLS_MCU_16s8u_P3C3R(const int16_t* const srcMCU[3], uint8_t* dst,
+                                                       int32_t dstStep);
+/* Level-shifted 422 Y, Cb, Cr blocks to RGB pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr422ToRGBLS_MCU_16s8u_P3C3R(const int16_t* const srcMCU[3], uint8_t* dst,
+                                                       int32_t dstStep);
+/* Level-shifted 411 Y, Cb, Cr blocks to RGB pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr411ToRGBLS_MCU_16s8u_P3C3R(const int16_t* const srcMCU[3], uint8_t* dst,
+                                                       int32_t dstStep);
+/* Level-shifted 444 Y, Cb, Cr blocks to BGR pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr444ToBGRLS_MCU_16s8u_P3C3R(const int16_t* const srcMCU[3], uint8_t* dst,
+                                                       int32_t dstStep);
+/* Level-shifted 422 Y, Cb, Cr blocks to BGR pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr422ToBGRLS_MCU_16s8u_P3C3R(const int16_t* const srcMCU[3], uint8_t* dst,
+                                                       int32_t dstStep);
+/* Level-shifted 411 Y, Cb, Cr blocks to BGR pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr411ToBGRLS_MCU_16s8u_P3C3R(const int16_t* const srcMCU[3], uint8_t* dst,
+                                                       int32_t dstStep);
+/* Level-shifted 444 Y, Cb, Cr blocks to 16-bit BGR555 pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr444ToBGR555LS_MCU_16s16u_P3C3R(const int16_t* const srcMCU[3],
+                                                           uint16_t* dst, int32_t dstStep);
+/* Level-shifted 422 Y, Cb, Cr blocks to 16-bit BGR555 pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr422ToBGR555LS_MCU_16s16u_P3C3R(const int16_t* const srcMCU[3],
+                                                           uint16_t* dst, int32_t dstStep);
+/* Level-shifted 411 Y, Cb, Cr blocks to 16-bit BGR555 pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr411ToBGR555LS_MCU_16s16u_P3C3R(const int16_t* const srcMCU[3],
+                                                           uint16_t* dst, int32_t dstStep);
+/* Level-shifted 444 Y, Cb, Cr blocks to 16-bit BGR565 pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr444ToBGR565LS_MCU_16s16u_P3C3R(const int16_t* const srcMCU[3],
+                                                           uint16_t* dst, int32_t dstStep);
+/* Level-shifted 422 Y, Cb, Cr blocks to 16-bit BGR565 pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr422ToBGR565LS_MCU_16s16u_P3C3R(const int16_t* const srcMCU[3],
+                                                           uint16_t* dst, int32_t dstStep);
+/* Level-shifted 411 Y, Cb, Cr blocks to 16-bit BGR565 pixels. */
+ZEQJ_API ZeqStatus zeqiYCbCr411ToBGR565LS_MCU_16s16u_P3C3R(const int16_t* const srcMCU[3],
+                                                           uint16_t* dst, int32_t dstStep);
+/* Level-shifted 444 Y, Cb, Cr and K blocks to CMYK pixels (K wraps). */
+ZEQJ_API ZeqStatus zeqiYCCK444ToCMYKLS_MCU_16s8u_P4C4R(const int16_t* const srcMCU[4], uint8_t* dst,
+                                                       int32_t dstStep);
+/* Level-shifted 422 Y, Cb, Cr and K blocks to CMYK pixels (K wraps). */
+ZEQJ_API ZeqStatus zeqiYCCK422ToCMYKLS_MCU_16s8u_P4C4R(const int16_t* const srcMCU[4], uint8_t* dst,
+                                                       int32_t dstStep);
+/* Level-shifted 411 Y, Cb, Cr and K blocks to CMYK pixels (K wraps). */
+ZEQJ_API ZeqStatus zeqiYCCK411ToCMYKLS_MCU_16s8u_P4C4R(const int16_t* const srcMCU[4], uint8_t* dst,
+                                                       int32_t dstStep);
+/* Level-shifted 444 blocks to interleaved Y, Cb, Cr pixels (chroma replicated). */
+ZEQJ_API ZeqStatus zeqiSampleUp444LS_MCU_16s8u_P3C3R(const int16_t* const srcMCU[3], uint8_t* dst,
+                                                     int32_t dstStep);
+/* Level-shifted 422 blocks to interleaved Y, Cb, Cr pixels (chroma replicated). */
+ZEQJ_API ZeqStatus zeqiSampleUp422LS_MCU_16s8u_P3C3R(const int16_t* const srcMCU[3], uint8_t* dst,
+                                                     int32_t dstStep);
+/* Level-shifted 411 blocks to interleaved Y, Cb, Cr pixels (chroma replicated). */
+ZEQJ_API ZeqStatus zeqiSampleUp411LS_MCU_16s8u_P3C3R(const int16_t* const srcMCU[3], uint8_t* dst,
+                                                     int32_t dstStep);
+/* Level-shifted 422 blocks to packed Y0 Cb Y1 Cr pixels (16x8). */
+ZEQJ_API ZeqStatus zeqiJoin422LS_MCU_16s8u_P3C2R(const int16_t* const srcMCU[3], uint8_t* dst,
+                                                 int32_t dstStep);
 
 /* ---- JPEG Huffman table specifications ------------------------------ */
 

@@ -1,0 +1,101 @@
+#include "core/rows.h"
+#include "jpeg/sample/colour_sse2.h"
+#include "jpeg/sample/mcu_convert.h"
+
+namespace zeq {
+
+using namespace sse2;
+using namespace colour_sse2;
+
+namespace {
+
+// Sums of adjacent lane pairs of a (chroma columns 0..3) and b (4..7).
+V128 pairSums(V128 a, V128 b) {
+    const V128 ones = splat16(1);
+    return _mm_packs_epi32(_mm_madd_epi16(a, ones), _mm_madd_epi16(b, ones));
+}
+
+V128 levelShiftDown(V128 v) { return _mm_sub_epi16(v, splat16(128)); }
+
+// Sample + 128 clamped to 0..255, for every 16-bit sample.
+V128 levelShiftUp(V128 v) { return clampByte16(_mm_adds_epi16(v, splat16(128))); }
+
+}  // namespace
+
+// One chroma row (8 samples) per step: its V pixel rows of 8 * H pixels each.
+template <class M>
+void mcuForwardSse2(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
+    using F = typename M::Format;
+    for (int j = 0; j < 8; ++j) {
+        V128 sum[3] = {zero(), zero(), zero()};
+        for (int v = 0; v < M::kV; ++v) {
+            const int r = j * M::kV + v;
+            const InRow row{{rowAt(src, srcStep, r)}};
+            Pixels8 p[M::kH];
+            for (int h = 0; h < M::kH; ++h) {
+                p[h] = F::load8(row, 8 * h);
+                const int i = lumaIndex<M::kH>(r, 8 * h);
+                storeu(blocks[0] + i,
+                       M::kColour ? mcuLuma(pairUp(p[h].c0, p[h].c1, p[h].c2, zero()), p[h].c1)
+                                  : levelShiftDown(p[h].c0));
+                if constexpr (F::kHasK) storeu(blocks[3] + i, levelShiftDown(p[h].k));
+            }
+            if constexpr (M::kH == 2) {
+                sum[0] = _mm_add_epi16(sum[0], pairSums(p[0].c0, p[1].c0));
+                sum[1] = _mm_add_epi16(sum[1], pairSums(p[0].c1, p[1].c1));
+                sum[2] = _mm_add_epi16(sum[2], pairSums(p[0].c2, p[1].c2));
+            } else {
+                sum[0] = _mm_add_epi16(sum[0], p[0].c0);
+                sum[1] = _mm_add_epi16(sum[1], p[0].c1);
+                sum[2] = _mm_add_epi16(sum[2], p[0].c2);
+            }
+        }
+        V128 cb, cr;
+        if constexpr (M::kColour) {
+            mcuChroma(sum[0], sum[1], sum[2], M::kGroupBits, cb, cr);
+        } else {
+            const V128 offset = splat16(static_cast<int16_t>(128 << M::kGroupBits));
+            cb = _mm_srai_epi16(_mm_sub_epi16(sum[1], offset), M::kGroupBits);
+            cr = _mm_srai_epi16(_mm_sub_epi16(sum[2], offset), M::kGroupBits);
+        }
+        storeu(blocks[1] + 8 * j, cb);
+        storeu(blocks[2] + 8 * j, cr);
+    }
+}
+
+// One chroma row per step, replicated over its pixel pairs and rows.
+template <class M>
+void mcuReverseSse2(const int16_t* const* blocks, uint8_t* dst, int32_t dstStep) {
+    using F = typename M::Format;
+    for (int j = 0; j < 8; ++j) {
+        const V128 cbRow = loadu(blocks[1] + 8 * j), crRow = loadu(blocks[2] + 8 * j);
+        for (int v = 0; v < M::kV; ++v) {
+            const int r = j * M::kV + v;
+            const OutRow row{{rowAt(dst, dstStep, r)}};
+            for (int h = 0; h < M::kH; ++h) {
+                V128 cb = cbRow, cr = crRow;
+                if constexpr (M::kH == 2) {
+                    cb = h ? _mm_unpackhi_epi16(cbRow, cbRow) : _mm_unpacklo_epi16(cbRow, cbRow);
+                    cr = h ? _mm_unpackhi_epi16(crRow, crRow) : _mm_unpacklo_epi16(crRow, crRow);
+                }
+                const int i = lumaIndex<M::kH>(r, 8 * h);
+                const V128 y = loadu(blocks[0] + i);
+                Pixels8 p = M::kColour ? mcuYCbCrToRgb(y, cb, cr)
+                                       : Pixels8{levelShiftUp(y), levelShiftUp(cb),
+                                                 levelShiftUp(cr), zero()};
+                if constexpr (F::kHasK)
+                    p.k = _mm_and_si128(_mm_add_epi16(loadu(blocks[3] + i), splat16(128)),
+                                        splat16(0xFF));
+                F::store8(row, 8 * h, p);
+            }
+        }
+    }
+}
+
+#define ZEQ_INSTANTIATE(M)                                                     \
+    template void mcuForwardSse2<M>(const uint8_t*, int32_t, int16_t* const*); \
+    template void mcuReverseSse2<M>(const int16_t* const*, uint8_t*, int32_t);
+ZEQ_MCU_KINDS(ZEQ_INSTANTIATE)
+#undef ZEQ_INSTANTIATE
+
+}  // namespace zeq

@@ -1,0 +1,294 @@
+// Pixel layouts shared by the whole-image colour conversions and the MCU
+// family: how one pixel (scalar) or eight pixels (SSE2, one 16-bit lane per
+// pixel and channel) are read from and written to one row. A pixel is a colour
+// triple (R, G, B or Y, Cb, Cr, in that order whatever the byte order) plus an
+// optional fourth channel (K) that no conversion touches.
+//
+// Eight-pixel access touches exactly the bytes of those eight pixels, so a
+// kernel may run it up to the last whole group of eight in a row.
+#ifndef ZEQ_JPEG_SAMPLE_PIXEL_FORMATS_H
+#define ZEQ_JPEG_SAMPLE_PIXEL_FORMATS_H
+
+#include <cstdint>
+
+#include "core/rows.h"
+#include "core/sse2.h"
+
+namespace zeq {
+
+struct Pixel {
+    int32_t c0, c1, c2, k;
+};
+
+// 16-bit lanes holding 0..255 (loads give that; stores expect it).
+struct Pixels8 {
+    sse2::V128 c0, c1, c2, k;
+};
+
+// One row of an image: one pointer per plane; interleaved layouts use plane[0].
+struct InRow {
+    const uint8_t* plane[4];
+};
+struct OutRow {
+    uint8_t* plane[4];
+};
+
+namespace pixel_sse2 {
+
+using namespace sse2;
+
+inline V128 widenLow(V128 bytes) { return _mm_unpacklo_epi8(bytes, zero()); }
+inline V128 widenHigh(V128 bytes) { return _mm_unpackhi_epi8(bytes, zero()); }
+inline V128 loadWidened8(const uint8_t* p) { return widenLow(loadLow64(p)); }
+inline void storeNarrowed8(uint8_t* p, V128 v) { storeLow64(p, packSaturate16To8u(v, v)); }
+
+// 24 16-bit values a0|a1|a2 become t with t[2j] = a[j], t[2j+1] = a[12+j]:
+// a riffle of the two halves. Seen on indices mod 23 that multiplies by 12,
+// so three rounds multiply by 12^3 = 3: channel-interleaved becomes planar.
+inline void riffle24(V128& a0, V128& a1, V128& a2) {
+    const V128 t0 = _mm_unpacklo_epi16(a0, _mm_unpackhi_epi64(a1, a1));
+    const V128 t1 = _mm_unpackhi_epi16(a0, _mm_unpacklo_epi64(a2, a2));
+    const V128 t2 = _mm_unpacklo_epi16(a1, _mm_unpackhi_epi64(a2, a2));
+    a0 = t0, a1 = t1, a2 = t2;
+}
+
+// The inverse round: evens, then odds (indices multiplied by 2 mod 23); three
+// rounds turn planar into channel-interleaved. Lanes must hold 0..32767.
+inline void unriffle24(V128& a0, V128& a1, V128& a2) {
+    const V128 low = _mm_set1_epi32(0xFFFF);
+    const V128 t0 = _mm_packs_epi32(_mm_and_si128(a0, low), _mm_and_si128(a1, low));
+    const V128 t1 = _mm_packs_epi32(_mm_and_si128(a2, low), _mm_srli_epi32(a0, 16));
+    const V128 t2 = _mm_packs_epi32(_mm_srli_epi32(a1, 16), _mm_srli_epi32(a2, 16));
+    a0 = t0, a1 = t1, a2 = t2;
+}
+
+// 32 bytes a0|a1 riffled: one rotation of the 5-bit byte index.
+inline void riffle32(V128& a0, V128& a1) {
+    const V128 t0 = _mm_unpacklo_epi8(a0, a1);
+    const V128 t1 = _mm_unpackhi_epi8(a0, a1);
+    a0 = t0, a1 = t1;
+}
+
+inline V128 invert8(V128 v) { return _mm_xor_si128(v, splat16(0xFF)); }
+
+}  // namespace pixel_sse2
+
+// Bytes interleaved per pixel: triple channel i at byte Ci, K at byte 3 when
+// there are four bytes. Inverted layouts hold 255 - v for the triple (CMYK
+// inks against R, G, B).
+template <int Bytes, int C0, int C1, int C2, bool Inverted = false>
+struct Interleaved8 {
+    static_assert(Bytes == 3 || Bytes == 4, "three or four bytes per pixel");
+    static constexpr int kPlanes = 1, kBytesPerPixel = Bytes;
+    static constexpr int kPixelGroup = 1;
+    static constexpr bool kHasK = Bytes == 4;
+    static constexpr bool kLumaOnly = false;
+
+    static int32_t in(int32_t v) { return Inverted ? 255 - v : v; }
+
+    static InRow advance(InRow r, int32_t x) { return {{r.plane[0] + Bytes * x}}; }
+    static OutRow advance(OutRow r, int32_t x) { return {{r.plane[0] + Bytes * x}}; }
+
+    static Pixel load(const InRow& r, int32_t x) {
+        const uint8_t* p = r.plane[0] + Bytes * x;
+        return {in(p[C0]), in(p[C1]), in(p[C2]), kHasK ? p[3] : 0};
+    }
+    static void store(const OutRow& r, int32_t x, const Pixel& v) {
+        uint8_t* p = r.plane[0] + Bytes * x;
+        p[C0] = static_cast<uint8_t>(in(v.c0));
+        p[C1] = static_cast<uint8_t>(in(v.c1));
+        p[C2] = static_cast<uint8_t>(in(v.c2));
+        if (kHasK) p[3] = static_cast<uint8_t>(v.k);
+    }
+
+    static Pixels8 load8(const InRow& r, int32_t x) {
+        using namespace pixel_sse2;
+        const uint8_t* p = r.plane[0] + Bytes * x;
+        V128 ch[4];
+        if constexpr (Bytes == 3) {
+            const V128 v0 = loadu(p);
+            ch[0] = widenLow(v0), ch[1] = widenHigh(v0), ch[2] = loadWidened8(p + 16);
+            for (int round = 0; round < 3; ++round) riffle24(ch[0], ch[1], ch[2]);
+            ch[3] = zero();
+        } else {
+            // 5-bit byte index (pixel:3, channel:2); three rotations make it
+            // (channel:2, pixel:3).
+            V128 a0 = loadu(p), a1 = loadu(p + 16);
+            for (int round = 0; round < 3; ++round) riffle32(a0, a1);
+            ch[0] = widenLow(a0), ch[1] = widenHigh(a0), ch[2] = widenLow(a1);
+            ch[3] = widenHigh(a1);
+        }
+        Pixels8 out{ch[C0], ch[C1], ch[C2], ch[3]};
+        if constexpr (Inverted) {
+            out.c0 = invert8(out.c0), out.c1 = invert8(out.c1), out.c2 = invert8(out.c2);
+        }
+        return out;
+    }
+    static void store8(const OutRow& r, int32_t x, const Pixels8& v) {
+        using namespace pixel_sse2;
+        uint8_t* p = r.plane[0] + Bytes * x;
+        V128 ch[4];
+        ch[C0] = Inverted ? invert8(v.c0) : v.c0;
+        ch[C1] = Inverted ? invert8(v.c1) : v.c1;
+        ch[C2] = Inverted ? invert8(v.c2) : v.c2;
+        if constexpr (Bytes == 3) {
+            for (int round = 0; round < 3; ++round) unriffle24(ch[0], ch[1], ch[2]);
+            storeu(p, packSaturate16To8u(ch[0], ch[1]));
+            storeLow64(p + 16, packSaturate16To8u(ch[2], ch[2]));
+        } else {
+            V128 a0 = packSaturate16To8u(ch[0], ch[1]), a1 = packSaturate16To8u(ch[2], v.k);
+            for (int round = 0; round < 2; ++round) riffle32(a0, a1);
+            storeu(p, a0);
+            storeu(p + 16, a1);
+        }
+    }
+};
+
+// One byte plane per channel: Planes of 1 (luma only), 3 or 4 (K last).
+template <int Planes, bool Inverted = false>
+struct Planar8 {
+    static constexpr int kPlanes = Planes, kBytesPerPixel = 1;
+    static constexpr int kPixelGroup = 1;
+    static constexpr bool kHasK = Planes == 4;
+    static constexpr bool kLumaOnly = Planes == 1;
+
+    static int32_t in(int32_t v) { return Inverted ? 255 - v : v; }
+
+    template <class Row>
+    static Row advance(Row r, int32_t x) {
+        for (int i = 0; i < Planes; ++i) r.plane[i] += x;
+        return r;
+    }
+
+    static Pixel load(const InRow& r, int32_t x) {
+        return {in(r.plane[0][x]), in(r.plane[1][x]), in(r.plane[2][x]), kHasK ? r.plane[3][x] : 0};
+    }
+    static void store(const OutRow& r, int32_t x, const Pixel& v) {
+        r.plane[0][x] = static_cast<uint8_t>(in(v.c0));
+        if constexpr (Planes >= 3) {
+            r.plane[1][x] = static_cast<uint8_t>(in(v.c1));
+            r.plane[2][x] = static_cast<uint8_t>(in(v.c2));
+        }
+        if constexpr (kHasK) r.plane[3][x] = static_cast<uint8_t>(v.k);
+    }
+
+    static Pixels8 load8(const InRow& r, int32_t x) {
+        using namespace pixel_sse2;
+        Pixels8 out{loadWidened8(r.plane[0] + x), loadWidened8(r.plane[1] + x),
+                    loadWidened8(r.plane[2] + x), kHasK ? loadWidened8(r.plane[3] + x) : zero()};
+        if constexpr (Inverted) {
+            out.c0 = invert8(out.c0), out.c1 = invert8(out.c1), out.c2 = invert8(out.c2);
+        }
+        return out;
+    }
+    static void store8(const OutRow& r, int32_t x, const Pixels8& v) {
+        using namespace pixel_sse2;
+        storeNarrowed8(r.plane[0] + x, Inverted ? invert8(v.c0) : v.c0);
+        if constexpr (Planes >= 3) {
+            storeNarrowed8(r.plane[1] + x, Inverted ? invert8(v.c1) : v.c1);
+            storeNarrowed8(r.plane[2] + x, Inverted ? invert8(v.c2) : v.c2);
+        }
+        if constexpr (kHasK) storeNarrowed8(r.plane[3] + x, v.k);
+    }
+};
+
+// 16-bit pixels of 5-bit red and blue and a 5- or 6-bit green at bit 5.
+// Fields widen by shifting left (zero low bits) and narrow by truncation.
+template <int RedShift, int BlueShift, int GreenBits>
+struct Packed16 {
+    static constexpr int kPlanes = 1, kBytesPerPixel = 2;
+    static constexpr int kPixelGroup = 1;
+    static constexpr bool kHasK = false;
+    static constexpr bool kLumaOnly = false;
+    static constexpr int kGreenMask = (1 << GreenBits) - 1;
+    static constexpr int kGreenDrop = 8 - GreenBits;
+
+    template <class Row>
+    static Row advance(Row r, int32_t x) {
+        r.plane[0] += 2 * x;
+        return r;
+    }
+
+    static Pixel load(const InRow& r, int32_t x) {
+        const int32_t p = loadElement<uint16_t>(r.plane[0], x);
+        return {((p >> RedShift) & 31) << 3, ((p >> 5) & kGreenMask) << kGreenDrop,
+                ((p >> BlueShift) & 31) << 3, 0};
+    }
+    static void store(const OutRow& r, int32_t x, const Pixel& v) {
+        const int32_t p =
+            ((v.c0 >> 3) << RedShift) | ((v.c1 >> kGreenDrop) << 5) | ((v.c2 >> 3) << BlueShift);
+        storeElement<uint16_t>(r.plane[0], x, static_cast<uint16_t>(p));
+    }
+
+    static Pixels8 load8(const InRow& r, int32_t x) {
+        using namespace sse2;
+        const V128 p = loadu(r.plane[0] + 2 * x);
+        const V128 five = splat16(31);
+        return {
+            _mm_slli_epi16(_mm_and_si128(_mm_srli_epi16(p, RedShift), five), 3),
+            _mm_slli_epi16(_mm_and_si128(_mm_srli_epi16(p, 5), splat16(kGreenMask)), kGreenDrop),
+            _mm_slli_epi16(_mm_and_si128(_mm_srli_epi16(p, BlueShift), five), 3), zero()};
+    }
+    static void store8(const OutRow& r, int32_t x, const Pixels8& v) {
+        using namespace sse2;
+        const V128 red = _mm_slli_epi16(_mm_srli_epi16(v.c0, 3), RedShift);
+        const V128 green = _mm_slli_epi16(_mm_srli_epi16(v.c1, kGreenDrop), 5);
+        const V128 blue = _mm_slli_epi16(_mm_srli_epi16(v.c2, 3), BlueShift);
+        storeu(r.plane[0] + 2 * x, _mm_or_si128(_mm_or_si128(red, green), blue));
+    }
+};
+
+using Rgb8 = Interleaved8<3, 0, 1, 2>;
+using Bgr8 = Interleaved8<3, 2, 1, 0>;
+using Cmyk8 = Interleaved8<4, 0, 1, 2, true>;
+using YCbCr8 = Interleaved8<3, 0, 1, 2>;  // already-converted samples
+using Rgb555 = Packed16<0, 10, 5>;        // red in the low bits
+using Rgb565 = Packed16<0, 11, 6>;
+using Bgr555 = Packed16<10, 0, 5>;  // blue in the low bits
+using Bgr565 = Packed16<11, 0, 6>;
+
+// 4:2:2 packed bytes Y0 Cb Y1 Cr per pixel pair: both pixels of a pair carry
+// the pair's Cb and Cr; storing writes each pixel's Y and, from the even pixel
+// its Cb, from the odd pixel its Cr. Rows hold whole pairs only.
+struct Packed422 {
+    static constexpr int kPlanes = 1, kBytesPerPixel = 2;
+    static constexpr int kPixelGroup = 2;
+    static constexpr bool kHasK = false;
+    static constexpr bool kLumaOnly = false;
+
+    template <class Row>
+    static Row advance(Row r, int32_t x) {
+        r.plane[0] += 2 * x;
+        return r;
+    }
+
+    static Pixel load(const InRow& r, int32_t x) {
+        const uint8_t* pair = r.plane[0] + 2 * (x & ~1);
+        return {r.plane[0][2 * x], pair[1], pair[3], 0};
+    }
+    static void store(const OutRow& r, int32_t x, const Pixel& v) {
+        r.plane[0][2 * x] = static_cast<uint8_t>(v.c0);
+        r.plane[0][2 * x + 1] = static_cast<uint8_t>((x & 1) ? v.c2 : v.c1);
+    }
+
+    static Pixels8 load8(const InRow& r, int32_t x) {
+        using namespace sse2;
+        const V128 v = loadu(r.plane[0] + 2 * x);
+        const V128 chroma = _mm_srli_epi16(v, 8);  // Cb, Cr, Cb, Cr, ...
+        const V128 cb = _mm_and_si128(chroma, _mm_set1_epi32(0xFFFF));
+        const V128 cr = _mm_srli_epi32(chroma, 16);
+        return {_mm_and_si128(v, splat16(0xFF)), _mm_or_si128(cb, _mm_slli_epi32(cb, 16)),
+                _mm_or_si128(cr, _mm_slli_epi32(cr, 16)), zero()};
+    }
+    static void store8(const OutRow& r, int32_t x, const Pixels8& v) {
+        using namespace sse2;
+        const V128 evenLanes = _mm_set1_epi32(0xFFFF);
+        const V128 chroma =
+            _mm_or_si128(_mm_and_si128(v.c1, evenLanes), _mm_andnot_si128(evenLanes, v.c2));
+        storeu(r.plane[0] + 2 * x, _mm_or_si128(v.c0, _mm_slli_epi16(chroma, 8)));
+    }
+};
+
+}  // namespace zeq
+
+#endif  // ZEQ_JPEG_SAMPLE_PIXEL_FORMATS_H

@@ -14,6 +14,21 @@ namespace zeq::dctsse2 {
 
 using namespace sse2;
 
+// Factors of four inputs in one linear sum; the flow graphs' products are
+// expanded into these at compile time (exact modulo 2^32).
+struct Factors4 {
+    int32_t f0, f1, f2, f3;
+};
+constexpr Factors4 operator+(Factors4 a, Factors4 b) {
+    return {a.f0 + b.f0, a.f1 + b.f1, a.f2 + b.f2, a.f3 + b.f3};
+}
+constexpr Factors4 operator-(Factors4 a, Factors4 b) {
+    return {a.f0 - b.f0, a.f1 - b.f1, a.f2 - b.f2, a.f3 - b.f3};
+}
+constexpr Factors4 operator*(Factors4 a, int32_t k) {
+    return {a.f0 * k, a.f1 * k, a.f2 * k, a.f3 * k};
+}
+
 // Eight signed 32-bit lanes: lanes 0-3 and 4-7 of a 16-bit register.
 struct Wide {
     V128 lo, hi;

@@ -14,38 +14,27 @@ using namespace dctsse2;
 
 namespace {
 
-// Factors of y1, y3, y5, y7 in one sum of the odd part.
-struct OddFactors {
-    int32_t y1, y3, y5, y7;
-};
-constexpr OddFactors operator+(OddFactors a, OddFactors b) {
-    return {a.y1 + b.y1, a.y3 + b.y3, a.y5 + b.y5, a.y7 + b.y7};
-}
-constexpr OddFactors operator-(OddFactors a, OddFactors b) {
-    return {a.y1 - b.y1, a.y3 - b.y3, a.y5 - b.y5, a.y7 - b.y7};
-}
-
-// The odd part's products, expanded into one factor per input so that each
-// sum is a pair of pmaddwd (the expansion is exact modulo 2^32).
+// The odd part's products as factors of (y1, y3, y5, y7), so that each sum
+// is a pair of pmaddwd.
 template <int32_t kCos1MinusSin1>
 struct OddPart {
-    static constexpr OddFactors t1{kInvSin1 + kCos1MinusSin1, 0, 0, kInvSin1};
-    static constexpr OddFactors t7{kInvSin1, 0, 0, kInvSin1 - kInvCos1PlusSin1};
-    static constexpr OddFactors t5{0, kInvCos3, kInvCos3 - kInvCos3MinusSin3, 0};
-    static constexpr OddFactors t3{0, kInvCos3 - kInvCos3PlusSin3, kInvCos3, 0};
-    static constexpr OddFactors sum0 = t5 + t1;
-    static constexpr OddFactors sum3 = t3 + t7;
-    static constexpr OddFactors r1 = t1 - t5 + (t7 - t3);
-    static constexpr OddFactors r2 = t1 - t5 + (t3 - t7);
+    static constexpr Factors4 t1{kInvSin1 + kCos1MinusSin1, 0, 0, kInvSin1};
+    static constexpr Factors4 t7{kInvSin1, 0, 0, kInvSin1 - kInvCos1PlusSin1};
+    static constexpr Factors4 t5{0, kInvCos3, kInvCos3 - kInvCos3MinusSin3, 0};
+    static constexpr Factors4 t3{0, kInvCos3 - kInvCos3PlusSin3, kInvCos3, 0};
+    static constexpr Factors4 sum0 = t5 + t1;
+    static constexpr Factors4 sum3 = t3 + t7;
+    static constexpr Factors4 r1 = t1 - t5 + (t7 - t3);
+    static constexpr Factors4 r2 = t1 - t5 + (t3 - t7);
 };
 
 // With kActive inputs, y1 and y3 pair up; y5 and y7 exist only in the full transform.
-template <int kActive, const OddFactors& kF>
+template <int kActive, const Factors4& kF>
 Wide oddSum(const Pair& p13, const Pair& p57) {
     if constexpr (kActive > 4)
-        return dot<kF.y1, kF.y3, kF.y5, kF.y7>(p13, p57);
+        return dot<kF.f0, kF.f1, kF.f2, kF.f3>(p13, p57);
     else
-        return dot<kF.y1, kF.y3>(p13);
+        return dot<kF.f0, kF.f1>(p13);
 }
 
 // Vertical 8-point inverse transform of y[0..kActive-1] (the others are zero),

@@ -18,6 +18,17 @@ using Table16 = std::array<uint16_t, 64>;
 using TableF = std::array<float, 64>;
 using BlockD = std::array<double, 64>;
 
+inline Table16 flatTable(uint16_t v) {
+    Table16 t;
+    t.fill(v);
+    return t;
+}
+inline TableF flatFloatTable(float v) {
+    TableF t;
+    t.fill(v);
+    return t;
+}
+
 inline double basis(int position, int frequency) {
     const double c = frequency == 0 ? std::sqrt(0.125) : 0.5;
     return c * std::cos((2 * position + 1) * frequency * 3.14159265358979323846 / 16.0);

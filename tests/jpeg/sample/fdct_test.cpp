@@ -18,12 +18,6 @@ namespace {
 using namespace zeq;
 using namespace zeq::test;
 
-Table16 flatTable(uint16_t v) {
-    Table16 t;
-    t.fill(v);
-    return t;
-}
-
 TEST(ForwardDctEngine, ScalarEngineIsTheOrthonormalDctWithinOne) {
     auto& rng = seededRng(21);
     for (int n = 0; n < scaledCount(2000); ++n) {
@@ -69,12 +63,14 @@ TEST(ForwardDctQuantSamples, VectorMatchesScalarAtAnyStepAndAlignment) {
         const int32_t step = uniform<int32_t>(rng, 8, 40);
         ByteImage image(step, 8, uniform<int>(rng, 0, 15));
         for (int y = 0; y < 8; ++y) {
-            const int kind = n % 4;  // random, flat 0, flat 255, 0/255 checkerboard
+            // random, flat 0, flat 255, 0/255 checkerboard, random 0/255
+            const int kind = n % 5;
             for (int x = 0; x < 8; ++x)
                 image.data()[y * step + x] = kind == 0   ? uniform<uint8_t>(rng, 0, 255)
                                              : kind == 1 ? 0
                                              : kind == 2 ? 255
-                                                         : ((x + y) % 2 ? 255 : 0);
+                                             : kind == 3 ? ((x + y) % 2 ? 255 : 0)
+                                                         : 255 * uniform<int>(rng, 0, 1);
         }
         const Table16 table = randomTable(rng, n, true);
         Block16 vec, ref;
@@ -142,12 +138,6 @@ TEST(ForwardDctQuant, LevelShiftedBlockMatchesTheSampleVariant) {
 }
 
 // ---- 12-bit float engine ----------------------------------------------------
-
-TableF flatFloatTable(float v) {
-    TableF t;
-    t.fill(v);
-    return t;
-}
 
 TEST(ForwardDct12Bit, VectorMatchesScalarBitForBit) {
     auto& rng = seededRng(27);

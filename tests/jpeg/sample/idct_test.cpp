@@ -21,12 +21,6 @@ using namespace zeq::test;
 using SamplesKernel = void (*)(const int16_t*, uint8_t*, int32_t, const uint16_t*);
 using SamplesApi = ZeqStatus (*)(const int16_t*, uint8_t*, int32_t, const uint16_t*);
 
-Table16 flatTable(uint16_t v) {
-    Table16 t;
-    t.fill(v);
-    return t;
-}
-
 // Runs an 8-bit-output function into a guarded image and returns its samples.
 struct Output {
     explicit Output(int32_t step, int offset = 0) : image(step, 8, offset) {}
@@ -287,11 +281,7 @@ TEST(InverseDctApi, SampleVariantsNeverModifyTheCoefficients) {
     }
     Block16 block = input;
     uint16_t out16[64];
-    const TableF unit = [] {
-        TableF t;
-        t.fill(1.0f);
-        return t;
-    }();
+    const TableF unit = flatFloatTable(1.0f);
     ASSERT_EQ(zeqiDCTQuantInv8x8LS_JPEG_16s16u_C1R(block.data(), out16, 16, unit.data()), StatusOk);
     ASSERT_EQ(block, input);
 }
@@ -337,8 +327,7 @@ TEST(InverseDct12Bit, VectorMatchesScalarBitForBit) {
 
 TEST(InverseDct12Bit, IsWithinOneOfTheExactInverseAndNeverAbove4095) {
     auto& rng = seededRng(40);
-    TableF unit;
-    unit.fill(1.0f);
+    const TableF unit = flatFloatTable(1.0f);
     for (int n = 0; n < scaledCount(2000); ++n) {
         Block16 coefficients;
         BlockD exactIn;

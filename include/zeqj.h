@@ -98,7 +98,53 @@ ZEQJ_API ZeqStatus zeqiQuantInv8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t*
 
 /* ---- JPEG forward DCT with quantization ----------------------------- */
 
+/* 8x8 8-bit samples less 128, integer DCT and quantization into a natural-order block. */
+ZEQJ_API ZeqStatus zeqiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(const uint8_t* src, int32_t srcStep,
+                                                       int16_t* dst, const uint16_t* fwdQuantTable);
+/* 8x8 12-bit samples less 2048, float DCT, times the float table, rounded and saturated. */
+ZEQJ_API ZeqStatus zeqiDCTQuantFwd8x8LS_JPEG_16u16s_C1R(const uint16_t* src, int32_t srcStep,
+                                                        int16_t* dst, const float* fwdQuantTable);
+/* Integer DCT of a block into dst, then quantization; src is not modified. */
+ZEQJ_API ZeqStatus zeqiDCTQuantFwd8x8_JPEG_16s_C1(const int16_t* src, int16_t* dst,
+                                                  const uint16_t* fwdQuantTable);
+/* Integer DCT and quantization of a block in place. */
+ZEQJ_API ZeqStatus zeqiDCTQuantFwd8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t* fwdQuantTable);
+
 /* ---- JPEG inverse DCT with dequantization --------------------------- */
+
+/* Dequantization and integer inverse DCT of a block into dst (no level shift). */
+ZEQJ_API ZeqStatus zeqiDCTQuantInv8x8_JPEG_16s_C1(const int16_t* src, int16_t* dst,
+                                                  const uint16_t* invQuantTable);
+/* Dequantization and integer inverse DCT of a block in place. */
+ZEQJ_API ZeqStatus zeqiDCTQuantInv8x8_JPEG_16s_C1I(int16_t* srcDst, const uint16_t* invQuantTable);
+/* Full inverse DCT plus 128, saturated into 8x8 8-bit samples; src is not modified. */
+ZEQJ_API ZeqStatus zeqiDCTQuantInv8x8LS_JPEG_16s8u_C1R(const int16_t* src, uint8_t* dst,
+                                                       int32_t dstStep,
+                                                       const uint16_t* invQuantTable);
+/* 8x8 samples from the DC coefficient alone ((dc * q) >> 3, plus 128). */
+ZEQJ_API ZeqStatus zeqiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(const int16_t* src, uint8_t* dst,
+                                                           int32_t dstStep,
+                                                           const uint16_t* invQuantTable);
+/* 8x8 samples from the top-left 2x2 coefficients (pruned transform). */
+ZEQJ_API ZeqStatus zeqiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(const int16_t* src, uint8_t* dst,
+                                                           int32_t dstStep,
+                                                           const uint16_t* invQuantTable);
+/* 8x8 samples from the top-left 4x4 coefficients (pruned transform). */
+ZEQJ_API ZeqStatus zeqiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(const int16_t* src, uint8_t* dst,
+                                                           int32_t dstStep,
+                                                           const uint16_t* invQuantTable);
+/* 2x2 samples, each the mean of a 4x4 quadrant of the inverse DCT. */
+ZEQJ_API ZeqStatus zeqiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R(const int16_t* src, uint8_t* dst,
+                                                            int32_t dstStep,
+                                                            const uint16_t* invQuantTable);
+/* 4x4 samples, each the mean of a 2x2 group of the inverse DCT. */
+ZEQJ_API ZeqStatus zeqiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R(const int16_t* src, uint8_t* dst,
+                                                            int32_t dstStep,
+                                                            const uint16_t* invQuantTable);
+/* 12-bit: float dequantization and inverse DCT plus 2048, rounded within 0..4095. */
+ZEQJ_API ZeqStatus zeqiDCTQuantInv8x8LS_JPEG_16s16u_C1R(const int16_t* src, uint16_t* dst,
+                                                        int32_t dstStep,
+                                                        const float* invQuantTable);
 
 /* ---- JPEG whole-image colour conversion ----------------------------- */
 

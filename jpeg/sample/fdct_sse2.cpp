@@ -143,23 +143,10 @@ void forwardDct(V128 (&x)[8]) {
     forwardPass<true>(x);
 }
 
-template <bool kReciprocalsBelow32768>
-void storeQuantized(const V128 (&x)[8], int16_t* dst, const uint16_t* fwdTable) {
-    for (int y = 0; y < 8; ++y)
-        storeu(dst + 8 * y, quantizeLanes<kReciprocalsBelow32768>(x[y], loadu(fwdTable + 8 * y)));
-}
-
-// Tables without a 0 or 1 quantizer hold only reciprocals below 32768, where
-// the cheaper signed multiply is exact.
 template <bool kSampleRows>
 void transformAndStore(V128 (&x)[8], int16_t* dst, const uint16_t* fwdTable) {
     forwardDct<kSampleRows>(x);
-    V128 topBits = zero();
-    for (int y = 0; y < 8; ++y) topBits = _mm_or_si128(topBits, loadu(fwdTable + 8 * y));
-    if ((_mm_movemask_epi8(topBits) & 0xAAAA) == 0)
-        storeQuantized<true>(x, dst, fwdTable);
-    else
-        storeQuantized<false>(x, dst, fwdTable);
+    storeQuantizedBlock(x, dst, fwdTable);
 }
 
 }  // namespace

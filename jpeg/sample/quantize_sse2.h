@@ -25,6 +25,29 @@ inline V128 quantizeLanes(V128 coefficients, V128 reciprocals) {
     return _mm_adds_epi16(_mm_adds_epi16(hi, carry), hi);
 }
 
+inline bool reciprocalsBelow32768(const uint16_t* fwdTable) {
+    V128 topBits = zero();
+    for (int i = 0; i < 64; i += 8) topBits = _mm_or_si128(topBits, loadu(fwdTable + i));
+    return (_mm_movemask_epi8(topBits) & 0xAAAA) == 0;
+}
+
+template <bool kReciprocalsBelow32768>
+inline void quantizeRowsInto(const V128 (&rows)[8], int16_t* dst, const uint16_t* fwdTable) {
+    for (int y = 0; y < 8; ++y)
+        storeu(dst + 8 * y,
+               quantizeLanes<kReciprocalsBelow32768>(rows[y], loadu(fwdTable + 8 * y)));
+}
+
+// Quantizes a block held as eight rows of lanes into dst. Quantizers of 2 and
+// up give reciprocals below 32768, where the signed high multiply is already
+// exact; only tables holding a 0 or a 1 pay the unsigned correction.
+inline void storeQuantizedBlock(const V128 (&rows)[8], int16_t* dst, const uint16_t* fwdTable) {
+    if (reciprocalsBelow32768(fwdTable))
+        quantizeRowsInto<true>(rows, dst, fwdTable);
+    else
+        quantizeRowsInto<false>(rows, dst, fwdTable);
+}
+
 // c * q saturated to 16 bits (q unsigned).
 inline V128 dequantizeLanes(V128 coefficients, V128 quantizers) {
     const V128 lo = mulLow16(coefficients, quantizers);

@@ -276,31 +276,9 @@ TEST(DecodeBlock, RoundTripsAcrossRestartIntervals) {
         // Optimal tables for these blocks: codes up to 16 bits take the slow path.
         std::vector<int32_t> dcCounts(257, 0), acCounts(257, 0);
         int16_t last = 0;
-        for (const Block& b : blocks) {
-            dcCounts[referenceCategory(b[0] - last)]++;
-            last = b[0];
-            int run = 0;
-            for (int k = 1; k < 64; ++k) {
-                const int16_t c = b[zeq::NaturalOfZigzag[k]];
-                if (c == 0) {
-                    ++run;
-                    continue;
-                }
-                acCounts[0xF0] += run / 16;
-                acCounts[(run % 16) * 16 + referenceCategory(c)]++;
-                run = 0;
-            }
-            if (run > 0) acCounts[0]++;
-        }
-        dcCounts[0] += 1;  // restarts reset the prediction
-        for (int s = 0; s < 16; ++s) dcCounts[s] += 1;
-        TableDefinition dc{{}, std::vector<uint8_t>(256)}, ac{{}, std::vector<uint8_t>(256)};
-        ASSERT_EQ(zeqiEncodeHuffmanRawTableInit_JPEG_8u(dcCounts.data(), dc.bits.data(),
-                                                        dc.values.data()),
-                  StatusOk);
-        ASSERT_EQ(zeqiEncodeHuffmanRawTableInit_JPEG_8u(acCounts.data(), ac.bits.data(),
-                                                        ac.values.data()),
-                  StatusOk);
+        for (const Block& b : blocks) countBlockSymbols(b.data(), last, dcCounts, acCounts);
+        for (int s = 0; s < 16; ++s) dcCounts[s] += 1;  // restarts reset the prediction
+        const TableDefinition dc = optimalDefinition(dcCounts), ac = optimalDefinition(acCounts);
         roundTrip(blocks, uniform<int>(rng, 1, 12), dc, ac);
     }
     for (uint32_t seed = 0; seed < 4; ++seed) {

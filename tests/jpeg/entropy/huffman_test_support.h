@@ -205,6 +205,33 @@ inline bool referenceEncodeBlock(const int16_t* block, int16_t& lastDC,
     return run == 0 || symbolAndBits(ac, 0x00, 0, 0);
 }
 
+// Adds the symbols one block codes to 257-entry statistics (DC category; AC
+// run/size, ZRLs before a coefficient, EOB after a trailing run).
+inline void countBlockSymbols(const int16_t* block, int16_t& lastDC, std::vector<int32_t>& dc,
+                              std::vector<int32_t>& ac) {
+    ++dc[referenceCategory(block[0] - lastDC)];
+    lastDC = block[0];
+    int run = 0;
+    for (int k = 1; k < 64; ++k) {
+        const int16_t c = block[NaturalOfZigzag[k]];
+        if (c == 0) {
+            ++run;
+            continue;
+        }
+        ac[0xF0] += run / 16;
+        ++ac[(run % 16) * 16 + referenceCategory(c)];
+        run = 0;
+    }
+    if (run > 0) ++ac[0x00];
+}
+
+// An optimal definition for the counts, through the library.
+inline TableDefinition optimalDefinition(const std::vector<int32_t>& counts) {
+    TableDefinition t{{}, std::vector<uint8_t>(256)};
+    zeqiEncodeHuffmanRawTableInit_JPEG_8u(counts.data(), t.bits.data(), t.values.data());
+    return t;
+}
+
 }  // namespace zeq::test
 
 #endif  // ZEQ_TESTS_JPEG_ENTROPY_HUFFMAN_TEST_SUPPORT_H

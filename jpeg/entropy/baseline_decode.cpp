@@ -15,8 +15,9 @@ constexpr int kZeroRunLength = 16;
 // Covered positions: the next zigzag index, which is 64 minus the positions
 // still to decode.
 template <class Reader>
-ZeqStatus decodeBlockBody(Reader& in, int16_t* dst, int16_t* lastDC, const HuffmanDecodeSpec* dc,
-                          const HuffmanDecodeSpec* ac, int& next) {
+ZEQ_ENTROPY_INLINE ZeqStatus decodeBlockBody(Reader& in, int16_t* dst, int16_t* lastDC,
+                                             const HuffmanDecodeSpec* dc,
+                                             const HuffmanDecodeSpec* ac, int& next) {
     int symbol;
     if (ZeqStatus status = in.symbol(dc, &symbol)) return status;
     next = 1;
@@ -56,7 +57,9 @@ ZeqStatus decodeBlock(Reader& in, int16_t* dst, int16_t* lastDC, const HuffmanDe
                       const HuffmanDecodeSpec* ac, int32_t* covered) {
     std::memset(dst, 0, kBlockSize * sizeof(int16_t));
     int next = 0;
-    const ZeqStatus status = decodeBlockBody(in, dst, lastDC, dc, ac, next);
+    Reader local = in;  // a local copy keeps the reader's fields in registers
+    const ZeqStatus status = decodeBlockBody(local, dst, lastDC, dc, ac, next);
+    in = local;
     *covered = next;
     return status;
 }

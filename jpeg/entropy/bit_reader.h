@@ -53,7 +53,7 @@ public:
     // The byte reader. Takes bytes while 24 or fewer bits are valid. After a
     // marker (this call or earlier) nothing more is read, and bits still
     // missing give StatusCoefficientRange.
-    ZeqStatus fill(int needed) {
+    ZEQ_ENTROPY_INLINE ZeqStatus fill(int needed) {
         if (markerMet_) return count_ >= needed ? StatusOk : StatusCoefficientRange;
         if (kEnd == SourceEnd::Bounded && int64_t{len_} - pos_ >= 4) {
             // Fast path: the next four bytes are there and hold no 0xFF.
@@ -89,9 +89,9 @@ public:
         return StatusOk;
     }
 
-    ZeqStatus ensure(int n) { return count_ >= n ? StatusOk : fill(n); }
+    ZEQ_ENTROPY_INLINE ZeqStatus ensure(int n) { return count_ >= n ? StatusOk : fill(n); }
 
-    uint32_t take(int n) {
+    ZEQ_ENTROPY_INLINE uint32_t take(int n) {
         count_ -= n;
         return static_cast<uint32_t>(buffer_ >> count_) & ((uint32_t{1} << n) - 1);
     }
@@ -99,7 +99,7 @@ public:
     // One symbol: the next 8 bits index the fast table; codes longer than 8
     // bits (or fewer than 8 bits left) go bit by bit through the length
     // arrays, up to 16 bits. No match gives symbol 0 and StatusCoefficientRange.
-    ZeqStatus symbol(const HuffmanDecodeSpec* table, int* s) {
+    ZEQ_ENTROPY_INLINE ZeqStatus symbol(const HuffmanDecodeSpec* table, int* s) {
         if (count_ < kFastLookupBits) fill(0);  // a top-up; shortage is handled below
         int length = 1;
         if (count_ >= kFastLookupBits) {
@@ -118,7 +118,7 @@ public:
     }
 
     // s (1..16) extra bits as the signed value they stand for.
-    ZeqStatus extended(int s, int32_t* value) {
+    ZEQ_ENTROPY_INLINE ZeqStatus extended(int s, int32_t* value) {
         if (ZeqStatus status = ensure(s)) return status;
         const uint32_t v = take(s);
         *value = v < (uint32_t{1} << (s - 1)) ? static_cast<int32_t>(v) + 1 - (int32_t{1} << s)
@@ -129,15 +129,30 @@ public:
 private:
     static constexpr size_t kFastLookupAt = offsetof(HuffmanDecodeSpec, fastLookup);
 
-    bool atEnd() const { return kEnd == SourceEnd::Bounded && pos_ >= len_; }
+    ZEQ_ENTROPY_INLINE bool atEnd() const { return kEnd == SourceEnd::Bounded && pos_ >= len_; }
 
-    ZeqStatus slowSymbol(const HuffmanDecodeSpec* table, int length, int* s) {
-        if (ZeqStatus status = ensure(length)) return status;
-        uint32_t code = take(length);
-        while (length <= kMaxCodeLength && longerThanLength(table, code, length)) {
-            if (ZeqStatus status = ensure(1)) return status;
-            code = (code << 1) | take(1);
-            ++length;
+    ZEQ_ENTROPY_INLINE ZeqStatus slowSymbol(const HuffmanDecodeSpec* table, int length, int* s) {
+        constexpr int kLongestSearch = kMaxCodeLength + 1;  // a failed search eats one more bit
+        uint32_t code;
+        if (count_ >= kLongestSearch && length > 1) {
+            // All bits the search can consume are in hand, so it needs no
+            // fill: find the length on the peeked bits, then consume.
+            const uint32_t window =
+                static_cast<uint32_t>(buffer_ >> (count_ - kLongestSearch)) & 0x1FFFF;
+            code = window >> (kLongestSearch - length);
+            while (length <= kMaxCodeLength && longerThanLength(table, code, length)) {
+                ++length;
+                code = window >> (kLongestSearch - length);
+            }
+            count_ -= length;
+        } else {
+            if (ZeqStatus status = ensure(length)) return status;
+            code = take(length);
+            while (length <= kMaxCodeLength && longerThanLength(table, code, length)) {
+                if (ZeqStatus status = ensure(1)) return status;
+                code = (code << 1) | take(1);
+                ++length;
+            }
         }
         if (length > kMaxCodeLength) {
             *s = 0;
@@ -154,7 +169,8 @@ private:
     }
 
     // maxCode -1 marks a length without codes; other values are unsigned.
-    static bool longerThanLength(const HuffmanDecodeSpec* table, uint32_t code, int length) {
+    ZEQ_ENTROPY_INLINE static bool longerThanLength(const HuffmanDecodeSpec* table, uint32_t code,
+                                                    int length) {
         const uint16_t last =
             loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, maxCode), length);
         return last == 0xFFFF || code > last;

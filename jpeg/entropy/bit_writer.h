@@ -53,7 +53,7 @@ public:
         buffer_ = static_cast<uint32_t>(p.buffer) & 0xFFFFFF;
     }
 
-    ZeqStatus bits(uint32_t value, int n) {
+    ZEQ_ENTROPY_INLINE ZeqStatus bits(uint32_t value, int n) {
         if (n == 0) return StatusHuffmanTable;
         int t = count_ + n;
         uint32_t buffer = buffer_ | (lowBits(value, n) << (kPendingTop - t));
@@ -71,11 +71,12 @@ public:
         count_ = t;
         return StatusOk;
     }
-    ZeqStatus symbol(const HuffmanEncodeSpec* table, int s) {
+    ZEQ_ENTROPY_INLINE ZeqStatus symbol(const HuffmanEncodeSpec* table, int s) {
         const uint32_t entry = codeOf(table, s);
         return bits(codeBits(entry), codeLength(entry));
     }
-    ZeqStatus symbolWithBits(const HuffmanEncodeSpec* table, int s, uint32_t value, int n) {
+    ZEQ_ENTROPY_INLINE ZeqStatus symbolWithBits(const HuffmanEncodeSpec* table, int s,
+                                                uint32_t value, int n) {
         ZeqStatus status = symbol(table, s);
         if (status == StatusOk && n > 0) status = bits(value, n);
         return status;
@@ -112,7 +113,7 @@ public:
         acc_ = count_ > 0 ? *out_ >> (8 - count_) : 0;
     }
 
-    ZeqStatus bits(uint32_t value, int n) {
+    ZEQ_ENTROPY_INLINE ZeqStatus bits(uint32_t value, int n) {
         if (n == 0) return kMissing == MissingCode::Fails ? StatusHuffmanTable : StatusOk;
         acc_ = (acc_ << n) | (value & ((uint64_t{1} << n) - 1));
         count_ += n;
@@ -120,13 +121,14 @@ public:
         if (count_ >= 32) emitWord();
         return StatusOk;
     }
-    ZeqStatus symbol(const HuffmanEncodeSpec* table, int s) {
+    ZEQ_ENTROPY_INLINE ZeqStatus symbol(const HuffmanEncodeSpec* table, int s) {
         const uint32_t entry = codeOf(table, s);
         const int length = codeLength(entry);
         if (length == 0) return kMissing == MissingCode::Fails ? StatusHuffmanTable : StatusOk;
         return bits(codeBits(entry), length);
     }
-    ZeqStatus symbolWithBits(const HuffmanEncodeSpec* table, int s, uint32_t value, int n) {
+    ZEQ_ENTROPY_INLINE ZeqStatus symbolWithBits(const HuffmanEncodeSpec* table, int s,
+                                                uint32_t value, int n) {
         const uint32_t entry = codeOf(table, s);
         const int length = codeLength(entry);
         if (length == 0) {
@@ -157,11 +159,11 @@ public:
 private:
     uint64_t lowBits64(int n) const { return acc_ & ((uint64_t{1} << n) - 1); }
 
-    void putByte(uint8_t byte) {
+    ZEQ_ENTROPY_INLINE void putByte(uint8_t byte) {
         *out_++ = byte;
         if (byte == 0xFF) *out_++ = kStuffedByte;
     }
-    void emitWord() {
+    ZEQ_ENTROPY_INLINE void emitWord() {
         const uint32_t word = static_cast<uint32_t>(acc_ >> (count_ - 32));
         const uint32_t inverted = ~word;
         const bool hasFF = ((inverted - 0x01010101u) & ~inverted & 0x80808080u) != 0;

@@ -45,6 +45,11 @@ struct HuffmanDecodeState {
     int32_t coveredCount;  // one past the last zigzag index a block decode reached
 };
 
+// The coders keep their bit reader or writer in a local with every member
+// inline, so its fields stay in registers across the byte loads and stores of
+// the hot loops.
+#define ZEQ_ENTROPY_INLINE inline __attribute__((always_inline))
+
 namespace zeq {
 
 constexpr int kHuffmanSymbols = 256;

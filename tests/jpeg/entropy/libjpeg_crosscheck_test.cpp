@@ -71,8 +71,8 @@ Blocks photoComponents(const Frame& f, uint32_t seed, PhotoBlockShape shape) {
     return blocks;
 }
 
-// The scan through the library's block encoder: MCU order, a flush and an
-// RSTn marker after every interval, last DC values back to 0.
+// The scan through the library's block encoder (tables 0 and 1 of dc and ac): MCU order, a flush
+// and an RSTn marker after every interval, last DC values back to 0.
 std::vector<uint8_t> encodeScan(const Frame& f, const Blocks& blocks, const TableDefinition* dc,
                                 const TableDefinition* ac) {
     const EncodeSpecBuffer dcSpec[2] = {encodeSpec(dc[0]), encodeSpec(dc[1])};
@@ -312,7 +312,8 @@ TEST(LibjpegCrossCheck, LibjpegReadsOurScansWithIdenticalCoefficients) {
 TEST(LibjpegCrossCheck, AFlippedScanBitIsNoticed) {
     const Frame f = greyFrame(64, 64, 0);
     const Blocks blocks = photoComponents(f, 9, kQuality75);
-    const TableDefinition dc[1] = {annexKDcLuminance()}, ac[1] = {annexKAcLuminance()};
+    const TableDefinition dc[2] = {annexKDcLuminance(), annexKDcChrominance()};
+    const TableDefinition ac[2] = {annexKAcLuminance(), annexKAcChrominance()};
     std::vector<uint8_t> scan = encodeScan(f, blocks, dc, ac);
     scan[scan.size() / 2] ^= 0x10;
     Blocks read;

@@ -2,6 +2,7 @@
 #include "core/arg_checks.h"
 #include "core/memory.h"
 #include "jpeg/entropy/baseline_decode.h"
+#include "jpeg/entropy/record_allocation.h"
 
 using namespace zeq;
 
@@ -20,11 +21,10 @@ extern "C" ZeqStatus zeqiDecodeHuffmanStateInit_JPEG_8u(HuffmanDecodeState* stat
 // A failed allocation reports StatusNullPointer and stores nothing.
 extern "C" ZeqStatus zeqiDecodeHuffmanStateInitAlloc_JPEG_8u(HuffmanDecodeState** state) {
     if (ZeqStatus s = ArgChecks().pointer(state).status()) return s;
-    auto* block = static_cast<HuffmanDecodeState*>(allocateBuffer(kDecodeStateBytes));
-    if (block == nullptr) return StatusNullPointer;
-    resetDecodeState(block);
-    *state = block;
-    return StatusOk;
+    return allocateRecord(state, kDecodeStateBytes, [](auto* block) {
+        resetDecodeState(block);
+        return StatusOk;
+    });
 }
 
 extern "C" ZeqStatus zeqiDecodeHuffmanStateFree_JPEG_8u(HuffmanDecodeState* state) {

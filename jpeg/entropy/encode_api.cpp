@@ -2,6 +2,7 @@
 #include "core/arg_checks.h"
 #include "core/memory.h"
 #include "jpeg/entropy/baseline_encode.h"
+#include "jpeg/entropy/record_allocation.h"
 
 using namespace zeq;
 
@@ -30,11 +31,10 @@ extern "C" ZeqStatus zeqiEncodeHuffmanStateInit_JPEG_8u(HuffmanEncodeState* stat
 // A failed allocation reports StatusNullPointer and stores nothing.
 extern "C" ZeqStatus zeqiEncodeHuffmanStateInitAlloc_JPEG_8u(HuffmanEncodeState** state) {
     if (ZeqStatus s = ArgChecks().pointer(state).status()) return s;
-    auto* block = static_cast<HuffmanEncodeState*>(allocateBuffer(kEncodeStateBytes));
-    if (block == nullptr) return StatusNullPointer;
-    resetEncodeState(block);
-    *state = block;
-    return StatusOk;
+    return allocateRecord(state, kEncodeStateBytes, [](auto* block) {
+        resetEncodeState(block);
+        return StatusOk;
+    });
 }
 
 extern "C" ZeqStatus zeqiEncodeHuffmanStateFree_JPEG_8u(HuffmanEncodeState* state) {

@@ -3,23 +3,11 @@
 #include "core/arg_checks.h"
 #include "core/memory.h"
 #include "jpeg/entropy/huffman_tables.h"
+#include "jpeg/entropy/record_allocation.h"
 
 using namespace zeq;
 
 namespace {
-
-// The block is handed over whatever the build says: on StatusHuffmanTable the
-// caller owns a partly built record and frees it. A failed allocation reports
-// StatusNullPointer, like a missing argument, and stores nothing.
-template <class Record, ZeqStatus (*Build)(const uint8_t*, const uint8_t*, Record*)>
-ZeqStatus allocateAndBuild(const uint8_t* bits, const uint8_t* values, Record** spec,
-                           int32_t bytes) {
-    auto* block = static_cast<Record*>(allocateBuffer(bytes));
-    if (block == nullptr) return StatusNullPointer;
-    const ZeqStatus status = Build(bits, values, block);
-    *spec = block;
-    return status;
-}
 
 ZeqStatus reportSize(int32_t* size, int32_t bytes) {
     *size = bytes;
@@ -39,12 +27,15 @@ extern "C" ZeqStatus zeqiEncodeHuffmanSpecInit_JPEG_8u(const uint8_t* bits, cons
     return buildEncodeSpec(bits, values, spec);
 }
 
+// The block is stored also when the build fails: the caller then owns a
+// partly built record and frees it.
 extern "C" ZeqStatus zeqiEncodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* bits,
                                                             const uint8_t* values,
                                                             HuffmanEncodeSpec** spec) {
     if (ZeqStatus s = ArgChecks().pointers(bits, values, spec).status()) return s;
-    return allocateAndBuild<HuffmanEncodeSpec, buildEncodeSpec>(bits, values, spec,
-                                                                kEncodeSpecBytes);
+    return allocateRecord(spec, kEncodeSpecBytes, [&](HuffmanEncodeSpec* block) {
+        return buildEncodeSpec(bits, values, block);
+    });
 }
 
 extern "C" ZeqStatus zeqiEncodeHuffmanSpecFree_JPEG_8u(HuffmanEncodeSpec* spec) {
@@ -74,8 +65,9 @@ extern "C" ZeqStatus zeqiDecodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* bits,
                                                             const uint8_t* values,
                                                             HuffmanDecodeSpec** spec) {
     if (ZeqStatus s = ArgChecks().pointers(bits, values, spec).status()) return s;
-    return allocateAndBuild<HuffmanDecodeSpec, buildDecodeSpec>(bits, values, spec,
-                                                                kDecodeSpecBytes);
+    return allocateRecord(spec, kDecodeSpecBytes, [&](HuffmanDecodeSpec* block) {
+        return buildDecodeSpec(bits, values, block);
+    });
 }
 
 extern "C" ZeqStatus zeqiDecodeHuffmanSpecFree_JPEG_8u(HuffmanDecodeSpec* spec) {

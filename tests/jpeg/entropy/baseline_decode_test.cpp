@@ -11,20 +11,13 @@
 #include "tests/common/test_support.h"
 #include "tests/jpeg/entropy/huffman_test_support.h"
 #include "tests/jpeg/entropy/photo_blocks.h"
+#include "tests/jpeg/entropy/record_checks.h"
 #include "zeqj.h"
 
 namespace {
 
 using namespace zeq::test;
 using Block = std::array<int16_t, 64>;
-
-// Symbol s has the 8-bit code s for s <= 254, so a stream is written byte by
-// byte: the symbol, then its extra bits.
-TableDefinition everySymbolTable() {
-    TableDefinition t{{0, 0, 0, 0, 0, 0, 0, 255, 1}, {}};
-    for (int s = 0; s < 256; ++s) t.values.push_back(static_cast<uint8_t>(s));
-    return t;
-}
 
 // One code of 8 zero bits for symbol 8: a value is then one 0x00 byte and one
 // byte of extra bits.
@@ -541,28 +534,9 @@ TEST(DecodeDirect, ArgumentChecksInOrder) {
 }
 
 TEST(DecodeState, SizesInitAllocAndAllocationFailure) {
-    int32_t size = 0;
-    EXPECT_EQ(zeqiDecodeHuffmanStateGetBufSize_JPEG_8u(&size), StatusOk);
-    EXPECT_EQ(size, 24);
-    EXPECT_EQ(zeqiDecodeHuffmanStateGetBufSize_JPEG_8u(nullptr), StatusNullPointer);
-    EXPECT_EQ(zeqiDecodeHuffmanStateInit_JPEG_8u(nullptr), StatusNullPointer);
-    EXPECT_EQ(zeqiDecodeHuffmanStateInitAlloc_JPEG_8u(nullptr), StatusNullPointer);
-    EXPECT_EQ(zeqiDecodeHuffmanStateFree_JPEG_8u(nullptr), StatusNullPointer);
-    DecodeStateBuffer state;
-    ASSERT_EQ(zeqiDecodeHuffmanStateInit_JPEG_8u(state.get()), StatusOk);
-    EXPECT_TRUE(
-        std::all_of(state.bytes.begin(), state.bytes.end(), [](uint8_t b) { return b == 0; }));
-    HuffmanDecodeState* allocated = nullptr;
-    ASSERT_EQ(zeqiDecodeHuffmanStateInitAlloc_JPEG_8u(&allocated), StatusOk);
-    const auto* bytes = reinterpret_cast<const uint8_t*>(allocated);
-    EXPECT_TRUE(std::all_of(bytes, bytes + 24, [](uint8_t b) { return b == 0; }));
-    EXPECT_EQ(zeqiDecodeHuffmanStateFree_JPEG_8u(allocated), StatusOk);
-    HuffmanDecodeState* untouched = reinterpret_cast<HuffmanDecodeState*>(&size);
-    {
-        ScopedAllocationFailure fail(1);
-        EXPECT_EQ(zeqiDecodeHuffmanStateInitAlloc_JPEG_8u(&untouched), StatusNullPointer);
-    }
-    EXPECT_EQ(untouched, reinterpret_cast<HuffmanDecodeState*>(&size));
+    checkStateLifecycle<HuffmanDecodeState>(
+        zeqiDecodeHuffmanStateGetBufSize_JPEG_8u, zeqiDecodeHuffmanStateInit_JPEG_8u,
+        zeqiDecodeHuffmanStateInitAlloc_JPEG_8u, zeqiDecodeHuffmanStateFree_JPEG_8u, 24);
 }
 
 }  // namespace

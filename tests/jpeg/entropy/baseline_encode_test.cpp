@@ -12,20 +12,13 @@
 #include "tests/common/test_support.h"
 #include "tests/jpeg/entropy/huffman_test_support.h"
 #include "tests/jpeg/entropy/photo_blocks.h"
+#include "tests/jpeg/entropy/record_checks.h"
 #include "zeqj.h"
 
 namespace {
 
 using namespace zeq::test;
 using Block = std::array<int16_t, 64>;
-
-// Every symbol 0..255 has a code (255 of 8 bits, one of 9), so any block of
-// 16-bit values can be coded, up to the symbol 256 of a category 16 after 15 zeros.
-TableDefinition everySymbolTable() {
-    TableDefinition t{{0, 0, 0, 0, 0, 0, 0, 255, 1}, {}};
-    for (int s = 0; s < 256; ++s) t.values.push_back(static_cast<uint8_t>(s));
-    return t;
-}
 
 struct Encoder {
     Encoder(const TableDefinition& dc, const TableDefinition& ac)
@@ -362,35 +355,28 @@ TEST(EncodeBlockKernels, VectorWalkMatchesScalarWalk) {
         std::vector<uint8_t> outA(1024, 0), outB(1024, 0);
         EncodeStateBuffer stateA = freshEncodeState(), stateB = freshEncodeState();
         int16_t dcA = 5, dcB = 5;
-        {
-            zeq::FastBitWriter wa(outA.data(), 0, stateA.get()), wb(outB.data(), 0, stateB.get());
+        // Both walks with a writer each; positions and statuses must agree.
+        auto both = [&](auto wa, auto wb, auto close) {
             ASSERT_EQ(zeq::encodeBlockSse2(b.data(), &dcA, dcTable, acTable, wa),
                       zeq::encodeBlockScalar(b.data(), &dcB, dcTable, acTable, wb));
-            int32_t pa, pb;
-            wa.close(&pa, stateA.get());
-            wb.close(&pb, stateB.get());
-            ASSERT_EQ(pa, pb);
-        }
-        {
-            const int32_t len = uniform<int>(rng, 1, 40);
-            zeq::BoundedBitWriter wa(outA.data(), len, 0, stateA.get()),
-                wb(outB.data(), len, 0, stateB.get());
-            ASSERT_EQ(zeq::encodeBlockSse2(b.data(), &dcA, dcTable, acTable, wa),
-                      zeq::encodeBlockScalar(b.data(), &dcB, dcTable, acTable, wb));
-            int32_t pa, pb;
-            wa.close(&pa, stateA.get());
-            wb.close(&pb, stateB.get());
-            ASSERT_EQ(pa, pb);
-        }
-        {
-            int32_t pa = 3, pb = 3;
-            zeq::DirectBitWriter wa(outA.data(), pa), wb(outB.data(), pb);
-            ASSERT_EQ(zeq::encodeBlockSse2(b.data(), &dcA, dcTable, acTable, wa),
-                      zeq::encodeBlockScalar(b.data(), &dcB, dcTable, acTable, wb));
-            wa.close(&pa);
-            wb.close(&pb);
-            ASSERT_EQ(pa, pb);
-        }
+            ASSERT_EQ(close(wa, stateA), close(wb, stateB));
+        };
+        auto closeStream = [](auto& w, EncodeStateBuffer& st) {
+            int32_t pos;
+            w.close(&pos, st.get());
+            return pos;
+        };
+        both(zeq::FastBitWriter(outA.data(), 0, stateA.get()),
+             zeq::FastBitWriter(outB.data(), 0, stateB.get()), closeStream);
+        const int32_t len = uniform<int>(rng, 1, 40);
+        both(zeq::BoundedBitWriter(outA.data(), len, 0, stateA.get()),
+             zeq::BoundedBitWriter(outB.data(), len, 0, stateB.get()), closeStream);
+        both(zeq::DirectBitWriter(outA.data(), 3), zeq::DirectBitWriter(outB.data(), 3),
+             [](auto& w, EncodeStateBuffer&) {
+                 int32_t bitPos = 3;
+                 w.close(&bitPos);
+                 return bitPos;
+             });
         ASSERT_EQ(outA, outB) << round;
         ASSERT_EQ(stateA.bytes, stateB.bytes);
         ASSERT_EQ(dcA, dcB);
@@ -505,24 +491,9 @@ TEST(EncodeBlock, SymbolWithoutCode) {
 }
 
 TEST(EncodeState, SizesInitAllocAndAllocationFailure) {
-    int32_t size = 0;
-    EXPECT_EQ(zeqiEncodeHuffmanStateGetBufSize_JPEG_8u(&size), StatusOk);
-    EXPECT_EQ(size, 1048);
-    EXPECT_EQ(zeqiEncodeHuffmanStateGetBufSize_JPEG_8u(nullptr), StatusNullPointer);
-    EXPECT_EQ(zeqiEncodeHuffmanStateInit_JPEG_8u(nullptr), StatusNullPointer);
-    EXPECT_EQ(zeqiEncodeHuffmanStateInitAlloc_JPEG_8u(nullptr), StatusNullPointer);
-    EXPECT_EQ(zeqiEncodeHuffmanStateFree_JPEG_8u(nullptr), StatusNullPointer);
-    HuffmanEncodeState* state = nullptr;
-    ASSERT_EQ(zeqiEncodeHuffmanStateInitAlloc_JPEG_8u(&state), StatusOk);
-    const auto* bytes = reinterpret_cast<const uint8_t*>(state);
-    EXPECT_TRUE(std::all_of(bytes, bytes + 1048, [](uint8_t b) { return b == 0; }));
-    EXPECT_EQ(zeqiEncodeHuffmanStateFree_JPEG_8u(state), StatusOk);
-    HuffmanEncodeState* untouched = reinterpret_cast<HuffmanEncodeState*>(&size);
-    {
-        ScopedAllocationFailure fail(1);
-        EXPECT_EQ(zeqiEncodeHuffmanStateInitAlloc_JPEG_8u(&untouched), StatusNullPointer);
-    }
-    EXPECT_EQ(untouched, reinterpret_cast<HuffmanEncodeState*>(&size));
+    checkStateLifecycle<HuffmanEncodeState>(
+        zeqiEncodeHuffmanStateGetBufSize_JPEG_8u, zeqiEncodeHuffmanStateInit_JPEG_8u,
+        zeqiEncodeHuffmanStateInitAlloc_JPEG_8u, zeqiEncodeHuffmanStateFree_JPEG_8u, 1048);
 }
 
 }  // namespace

@@ -73,6 +73,16 @@ inline TableDefinition allCategoriesTable() {
     return t;
 }
 
+// Every symbol 0..255 has a code: symbol s the 8-bit code s for s <= 254
+// (a stream can be written byte by byte), 255 a code of 9 bits. Any block of
+// 16-bit values can be coded, up to the symbol 256 that a category 16 after
+// 15 zeros would need.
+inline TableDefinition everySymbolTable() {
+    TableDefinition t{{0, 0, 0, 0, 0, 0, 0, 255, 1}, {}};
+    for (int s = 0; s < 256; ++s) t.values.push_back(static_cast<uint8_t>(s));
+    return t;
+}
+
 // A record of the reported size, 8-byte aligned, filled with a sentinel.
 template <class Record, size_t kBytes>
 struct RecordBuffer {

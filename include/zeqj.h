@@ -381,9 +381,99 @@ ZEQJ_API ZeqStatus zeqiJoin422LS_MCU_16s8u_P3C2R(const int16_t* const srcMCU[3],
 
 /* ---- JPEG Huffman table specifications ------------------------------ */
 
+/* Prepared encode table: 1024 bytes, symbol-indexed codes. Read-only once built. */
+typedef struct HuffmanEncodeSpec HuffmanEncodeSpec;
+/* Prepared decode table: 1644 bytes, no alignment beyond 4. Read-only once built. */
+typedef struct HuffmanDecodeSpec HuffmanDecodeSpec;
+
+/* Writes the size of a HuffmanEncodeSpec (1024). */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanSpecGetBufSize_JPEG_8u(int32_t* size);
+/* Builds an encode table in caller memory from 16 code counts and their symbols. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanSpecInit_JPEG_8u(const uint8_t* bits, const uint8_t* values,
+                                                    HuffmanEncodeSpec* spec);
+/* Allocates and builds an encode table; the block is stored even when the build fails. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* bits,
+                                                         const uint8_t* values,
+                                                         HuffmanEncodeSpec** spec);
+/* Releases an encode table made by zeqiEncodeHuffmanSpecInitAlloc_JPEG_8u. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanSpecFree_JPEG_8u(HuffmanEncodeSpec* spec);
+/* Derives optimal code counts (16 bytes) and symbols from 257 statistics words. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanRawTableInit_JPEG_8u(const int32_t* statistics, uint8_t* bits,
+                                                        uint8_t* values);
+/* Writes the size of a HuffmanDecodeSpec (1644). */
+ZEQJ_API ZeqStatus zeqiDecodeHuffmanSpecGetBufSize_JPEG_8u(int32_t* size);
+/* Builds a decode table in caller memory from 16 code counts and their symbols. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffmanSpecInit_JPEG_8u(const uint8_t* bits, const uint8_t* values,
+                                                    HuffmanDecodeSpec* spec);
+/* Allocates and builds a decode table; the block is stored even when the build fails. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffmanSpecInitAlloc_JPEG_8u(const uint8_t* bits,
+                                                         const uint8_t* values,
+                                                         HuffmanDecodeSpec** spec);
+/* Releases a decode table made by zeqiDecodeHuffmanSpecInitAlloc_JPEG_8u. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffmanSpecFree_JPEG_8u(HuffmanDecodeSpec* spec);
+
 /* ---- JPEG Huffman baseline encoding --------------------------------- */
 
+/* Encode bit-stream state: 1048 bytes (pending bits, progressive run and correction bits). */
+typedef struct HuffmanEncodeState HuffmanEncodeState;
+
+/* Writes the size of a HuffmanEncodeState (1048). */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanStateGetBufSize_JPEG_8u(int32_t* size);
+/* Resets an encode state in caller memory. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanStateInit_JPEG_8u(HuffmanEncodeState* state);
+/* Allocates and resets an encode state. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanStateInitAlloc_JPEG_8u(HuffmanEncodeState** state);
+/* Releases an encode state made by zeqiEncodeHuffmanStateInitAlloc_JPEG_8u. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanStateFree_JPEG_8u(HuffmanEncodeState* state);
+/* Codes one natural-order block (DC difference, 63 AC), or pads and resets when flush != 0. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffman8x8_JPEG_16s1u_C1(const int16_t* src, uint8_t* dst,
+                                                     int32_t dstLen, int32_t* dstPos,
+                                                     int16_t* lastDC,
+                                                     const HuffmanEncodeSpec* dcTable,
+                                                     const HuffmanEncodeSpec* acTable,
+                                                     HuffmanEncodeState* state, int32_t flush);
+/* Codes one value as category plus extra bits, or pads and resets when flush != 0. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanOne_JPEG_16s1u_C1(const int16_t* src, uint8_t* dst,
+                                                     int32_t dstLen, int32_t* dstPos,
+                                                     const HuffmanEncodeSpec* table,
+                                                     HuffmanEncodeState* state, int32_t flush);
+/* Codes one block at a bit position, without state or bound (the caller guarantees room). */
+ZEQJ_API ZeqStatus zeqiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(const int16_t* src, uint8_t* dst,
+                                                            int32_t* dstBitPos, int16_t* lastDC,
+                                                            const HuffmanEncodeSpec* dcTable,
+                                                            const HuffmanEncodeSpec* acTable);
+
 /* ---- JPEG Huffman baseline decoding --------------------------------- */
+
+/* Decode bit-stream state: 24 bytes (read-ahead bits, progressive run, covered count). */
+typedef struct HuffmanDecodeState HuffmanDecodeState;
+
+/* Writes the size of a HuffmanDecodeState (24). */
+ZEQJ_API ZeqStatus zeqiDecodeHuffmanStateGetBufSize_JPEG_8u(int32_t* size);
+/* Resets a decode state in caller memory. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffmanStateInit_JPEG_8u(HuffmanDecodeState* state);
+/* Allocates and resets a decode state. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffmanStateInitAlloc_JPEG_8u(HuffmanDecodeState** state);
+/* Releases a decode state made by zeqiDecodeHuffmanStateInitAlloc_JPEG_8u. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffmanStateFree_JPEG_8u(HuffmanDecodeState* state);
+/* Decodes one block into 64 natural-order coefficients; stops reading at a marker. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* src, int32_t srcLen,
+                                                     int32_t* srcPos, int16_t* dst,
+                                                     int16_t* lastDC, int32_t* marker,
+                                                     const HuffmanDecodeSpec* dcTable,
+                                                     const HuffmanDecodeSpec* acTable,
+                                                     HuffmanDecodeState* state);
+/* Decodes one value (category plus extra bits; category 16 gives -32768). */
+ZEQJ_API ZeqStatus zeqiDecodeHuffmanOne_JPEG_1u16s_C1(const uint8_t* src, int32_t srcLen,
+                                                     int32_t* srcPos, int16_t* dst,
+                                                     int32_t* marker,
+                                                     const HuffmanDecodeSpec* table,
+                                                     HuffmanDecodeState* state);
+/* Decodes one block at a bit position with a caller-held 32-bit reservoir; ends only at a marker. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
+    const uint8_t* src, int32_t* srcBitPos, int16_t* dst, int16_t* lastDC, int32_t* marker,
+    uint32_t* reservoir, int32_t* reservoirCount, const HuffmanDecodeSpec* dcTable,
+    const HuffmanDecodeSpec* acTable);
 
 /* ---- JPEG progressive block coding ---------------------------------- */
 

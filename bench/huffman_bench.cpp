@@ -1,0 +1,117 @@
+// Baseline Huffman coding of photo-like quantized blocks (quality 75 and 95
+// shapes) with the standard luminance tables. Throughput is bytes of coded
+// data per second, for the state-based coders and their direct variants.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <vector>
+
+#include "tests/jpeg/entropy/huffman_test_support.h"
+#include "tests/jpeg/entropy/photo_blocks.h"
+#include "zeqj.h"
+
+namespace {
+
+constexpr int kBlocks = 4096;
+
+using namespace zeq::test;
+
+struct Coder {
+    explicit Coder(PhotoBlockShape shape) : blocks(photoBlocks(kBlocks, shape, 2024)) {
+        stream.resize(static_cast<size_t>(kBlocks) * 300);
+        coded = encode();
+        // A marker ends the data for the direct decoder.
+        stream[coded] = 0xFF;
+        stream[coded + 1] = 0xD9;
+    }
+
+    int32_t encode() {
+        zeqiEncodeHuffmanStateInit_JPEG_8u(encState());
+        int32_t pos = 0;
+        int16_t lastDC = 0;
+        const int32_t len = static_cast<int32_t>(stream.size());
+        for (int i = 0; i < kBlocks; ++i)
+            zeqiEncodeHuffman8x8_JPEG_16s1u_C1(&blocks[64 * i], stream.data(), len, &pos, &lastDC,
+                                               dcEnc(), acEnc(), encState(), 0);
+        zeqiEncodeHuffman8x8_JPEG_16s1u_C1(nullptr, stream.data(), len, &pos, nullptr, nullptr,
+                                           nullptr, encState(), 1);
+        return pos;
+    }
+    int32_t encodeDirect() {
+        int32_t bitPos = 0;
+        int16_t lastDC = 0;
+        for (int i = 0; i < kBlocks; ++i)
+            zeqiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(&blocks[64 * i], scratch.data(), &bitPos,
+                                                      &lastDC, dcEnc(), acEnc());
+        return bitPos / 8;
+    }
+    void decode() {
+        zeqiDecodeHuffmanStateInit_JPEG_8u(decState());
+        int32_t pos = 0, marker = 0;
+        int16_t lastDC = 0;
+        for (int i = 0; i < kBlocks; ++i)
+            zeqiDecodeHuffman8x8_JPEG_1u16s_C1(stream.data(), coded, &pos, out.data(), &lastDC,
+                                               &marker, dcDec(), acDec(), decState());
+    }
+    void decodeDirect() {
+        int32_t bitPos = 0, marker = 0, count = 0;
+        uint32_t reservoir = 0;
+        int16_t lastDC = 0;
+        for (int i = 0; i < kBlocks; ++i)
+            zeqiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(stream.data(), &bitPos, out.data(), &lastDC,
+                                                      &marker, &reservoir, &count, dcDec(),
+                                                      acDec());
+    }
+
+    HuffmanEncodeSpec* dcEnc() { return dcEncSpec.get(); }
+    HuffmanEncodeSpec* acEnc() { return acEncSpec.get(); }
+    HuffmanDecodeSpec* dcDec() { return dcDecSpec.get(); }
+    HuffmanDecodeSpec* acDec() { return acDecSpec.get(); }
+    HuffmanEncodeState* encState() { return encStateBuffer.get(); }
+    HuffmanDecodeState* decState() { return decStateBuffer.get(); }
+
+    std::vector<int16_t> blocks;
+    EncodeSpecBuffer dcEncSpec = encodeSpec(annexKDcLuminance());
+    EncodeSpecBuffer acEncSpec = encodeSpec(annexKAcLuminance());
+    DecodeSpecBuffer dcDecSpec = decodeSpec(annexKDcLuminance());
+    DecodeSpecBuffer acDecSpec = decodeSpec(annexKAcLuminance());
+    EncodeStateBuffer encStateBuffer;
+    DecodeStateBuffer decStateBuffer;
+    std::vector<uint8_t> stream;
+    std::vector<uint8_t> scratch = std::vector<uint8_t>(static_cast<size_t>(kBlocks) * 300);
+    std::array<int16_t, 64> out{};
+    int32_t coded = 0;
+};
+
+enum class Op { Encode, EncodeDirect, Decode, DecodeDirect };
+
+template <Op kOp>
+void BM_Huffman(benchmark::State& state) {
+    Coder coder(state.range(0) == 75 ? kQuality75 : kQuality95);
+    for (auto _ : state) {
+        switch (kOp) {
+            case Op::Encode:
+                benchmark::DoNotOptimize(coder.encode());
+                break;
+            case Op::EncodeDirect:
+                benchmark::DoNotOptimize(coder.encodeDirect());
+                break;
+            case Op::Decode:
+                coder.decode();
+                break;
+            case Op::DecodeDirect:
+                coder.decodeDirect();
+                break;
+        }
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * coder.coded);
+    state.counters["bytes/block"] = double(coder.coded) / kBlocks;
+}
+
+BENCHMARK(BM_Huffman<Op::Encode>)->Name("HuffmanEncode8x8/quality")->Arg(75)->Arg(95);
+BENCHMARK(BM_Huffman<Op::EncodeDirect>)->Name("HuffmanEncode8x8_Direct/quality")->Arg(75)->Arg(95);
+BENCHMARK(BM_Huffman<Op::Decode>)->Name("HuffmanDecode8x8/quality")->Arg(75)->Arg(95);
+BENCHMARK(BM_Huffman<Op::DecodeDirect>)->Name("HuffmanDecode8x8_Direct/quality")->Arg(75)->Arg(95);
+
+}  // namespace

@@ -1,0 +1,60 @@
+// Sequential Huffman coding of one natural-order 8x8 block (DC difference,
+// then AC run/size symbols in zigzag order with ZRL and EOB) and of one lone
+// value. The block coders are templates over the bit writers of
+// bit_writer.h, instantiated for all three; the SSE2 twin finds the non-zero
+// coefficients with a vector mask and gives the same bits as the scalar walk.
+#ifndef ZEQ_JPEG_ENTROPY_BASELINE_ENCODE_H
+#define ZEQ_JPEG_ENTROPY_BASELINE_ENCODE_H
+
+#include <cstdint>
+
+#include "jpeg/entropy/bit_writer.h"
+#include "jpeg/entropy/magnitude_category.h"
+
+namespace zeq {
+
+constexpr int kZeroRunSymbol = 0xF0;  // ZRL: sixteen zeros
+constexpr int kEndOfBlockSymbol = 0x00;
+constexpr int kLongestRun = 15;
+
+// The DC difference against *lastDC, which takes src0 before anything is written.
+template <class Writer>
+inline ZeqStatus encodeDCDifference(int16_t src0, int16_t* lastDC, const HuffmanEncodeSpec* dc,
+                                    Writer& out) {
+    const int32_t diff = int32_t{src0} - *lastDC;
+    *lastDC = src0;
+    const int s = magnitudeCategory(diff);
+    return out.symbolWithBits(dc, s, extraBits(diff, s), s);
+}
+
+// A non-zero AC coefficient after `run` zeros: ZRLs while the run exceeds 15,
+// then the run/size symbol and the extra bits.
+template <class Writer>
+inline ZeqStatus encodeACCoefficient(int run, int16_t c, const HuffmanEncodeSpec* ac, Writer& out) {
+    for (; run > kLongestRun; run -= kLongestRun + 1)
+        if (ZeqStatus status = out.symbol(ac, kZeroRunSymbol)) return status;
+    const int s = magnitudeCategory(c);
+    return out.symbolWithBits(ac, run * 16 + s, extraBits(c, s), s);
+}
+
+template <class Writer>
+ZeqStatus encodeBlockScalar(const int16_t* src, int16_t* lastDC, const HuffmanEncodeSpec* dc,
+                            const HuffmanEncodeSpec* ac, Writer& out);
+template <class Writer>
+ZeqStatus encodeBlockSse2(const int16_t* src, int16_t* lastDC, const HuffmanEncodeSpec* dc,
+                          const HuffmanEncodeSpec* ac, Writer& out);
+
+// The exported operations: the state-based block coder (a stream writer
+// without bound checks when a whole block surely fits, the bounded writer
+// otherwise), the one-value coder and the direct block coder.
+ZeqStatus encodeBlockWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                               int16_t* lastDC, const HuffmanEncodeSpec* dc,
+                               const HuffmanEncodeSpec* ac, HuffmanEncodeState* state);
+ZeqStatus encodeOneWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                             const HuffmanEncodeSpec* table, HuffmanEncodeState* state);
+ZeqStatus encodeBlockDirect(const int16_t* src, uint8_t* dst, int32_t* dstBitPos, int16_t* lastDC,
+                            const HuffmanEncodeSpec* dc, const HuffmanEncodeSpec* ac);
+
+}  // namespace zeq
+
+#endif  // ZEQ_JPEG_ENTROPY_BASELINE_ENCODE_H

@@ -1,0 +1,80 @@
+#include <array>
+
+#include "core/sse2.h"
+#include "jpeg/entropy/baseline_encode.h"
+#include "jpeg/zigzag.h"
+
+namespace zeq {
+
+namespace {
+
+constexpr int kRowLength = 8;
+
+// Entry [row][pattern]: the zigzag-order bits of the non-zero coefficients
+// that an 8-bit pattern marks in one natural-order row.
+using ZigzagBitsOfRows = std::array<std::array<uint64_t, 256>, kRowLength>;
+constexpr ZigzagBitsOfRows kZigzagBitsOfRows = [] {
+    ZigzagBitsOfRows table{};
+    for (int row = 0; row < kRowLength; ++row)
+        for (int pattern = 0; pattern < 256; ++pattern)
+            for (int column = 0; column < kRowLength; ++column)
+                if (pattern & (1 << column))
+                    table[row][pattern] |= uint64_t{1}
+                                           << ZigzagToNatural[row * kRowLength + column];
+    return table;
+}();
+
+// Bit k set where the coefficient at zigzag index k is non-zero: a vector
+// compare gives the natural-order pattern of each row, a table lookup per row
+// moves its bits to their zigzag places.
+uint64_t zigzagNonZeroMask(const int16_t* block) {
+    using namespace sse2;
+    uint64_t mask = 0;
+    for (int row = 0; row < kRowLength; row += 2) {
+        const V128 zerosA = _mm_cmpeq_epi16(loadu(block + row * kRowLength), zero());
+        const V128 zerosB = _mm_cmpeq_epi16(loadu(block + (row + 1) * kRowLength), zero());
+        const uint32_t nonZero =
+            ~static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(zerosA, zerosB)));
+        mask |= kZigzagBitsOfRows[row][nonZero & 0xFF] |
+                kZigzagBitsOfRows[row + 1][(nonZero >> 8) & 0xFF];
+    }
+    return mask;
+}
+
+template <class Writer>
+ZEQ_ENTROPY_INLINE ZeqStatus walkBlock(const int16_t* src, int16_t* lastDC,
+                                       const HuffmanEncodeSpec* dc, const HuffmanEncodeSpec* ac,
+                                       Writer& out) {
+    if (ZeqStatus status = encodeDCDifference(src[0], lastDC, dc, out)) return status;
+    uint64_t pending = zigzagNonZeroMask(src) & ~uint64_t{1};
+    int last = 0;
+    while (pending != 0) {
+        const int k = __builtin_ctzll(pending);
+        pending &= pending - 1;
+        if (ZeqStatus status = encodeACCoefficient(k - last - 1, src[NaturalOfZigzag[k]], ac, out))
+            return status;
+        last = k;
+    }
+    return last < kBlockSize - 1 ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
+}
+
+}  // namespace
+
+// The writer works as a local copy: its fields stay in registers.
+template <class Writer>
+ZeqStatus encodeBlockSse2(const int16_t* src, int16_t* lastDC, const HuffmanEncodeSpec* dc,
+                          const HuffmanEncodeSpec* ac, Writer& out) {
+    Writer local = out;
+    const ZeqStatus status = walkBlock(src, lastDC, dc, ac, local);
+    out = local;
+    return status;
+}
+
+template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
+                                   const HuffmanEncodeSpec*, BoundedBitWriter&);
+template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
+                                   const HuffmanEncodeSpec*, FastBitWriter&);
+template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
+                                   const HuffmanEncodeSpec*, DirectBitWriter&);
+
+}  // namespace zeq

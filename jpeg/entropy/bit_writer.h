@@ -1,0 +1,209 @@
+// Bit writers of the Huffman encoders: codes and extra bits go out high bit
+// first, and every 0xFF byte is followed by a stuffed 0x00.
+//
+// Three writers share one interface, so a coder (baseline, progressive,
+// lossless rows) is written once as a template over its writer:
+//   ZeqStatus bits(value, n)                      n low bits of value, 1 <= n <= 16
+//   ZeqStatus symbol(table, s)                    the code of symbol s
+//   ZeqStatus symbolWithBits(table, s, v, n)      the code of s, then n bits of v (n may be 0)
+//
+// - BoundedBitWriter: the state-based contract in full. Each write checks the
+//   room before every byte; a full destination returns StatusBufferExhausted
+//   with the bytes of that write already stored and the position advanced over
+//   them, while the pending bits stay as they were before the write. A write of
+//   0 bits (a symbol without a code) returns StatusHuffmanTable.
+// - StreamBitWriter<MissingCode::Fails>: the same results with no bound
+//   checks, for callers that made sure a whole block fits (kWorstCaseBlockBytes).
+// - StreamBitWriter<MissingCode::Skipped>: the direct encoder's writer at a bit
+//   position; a symbol without a code is passed over silently.
+// A writer works on local copies; close() hands the position and the pending
+// bits back to the caller's variables.
+#ifndef ZEQ_JPEG_ENTROPY_BIT_WRITER_H
+#define ZEQ_JPEG_ENTROPY_BIT_WRITER_H
+
+#include <cstdint>
+#include <cstring>
+
+#include "jpeg/entropy/huffman_records.h"
+
+namespace zeq {
+
+constexpr uint8_t kStuffedByte = 0x00;
+constexpr int kPendingTop = 24;  // the state keeps pending bits left-aligned below bit 24
+
+// Bytes one block can take at most: 64 codes of up to 16 bits with up to 16
+// extra bits each, an EOB, 7 pending bits, every byte stuffed.
+constexpr int32_t kWorstCaseBlockBytes = 2 * ((64 * 32 + 16 + 7 + 7) / 8);
+
+inline int codeLength(uint32_t entry) { return static_cast<int>(entry >> 16); }
+inline uint32_t codeBits(uint32_t entry) { return entry & 0xFFFF; }
+inline uint32_t lowBits(uint32_t value, int n) { return value & ((uint32_t{1} << n) - 1); }
+
+// A symbol beyond the table (a category of 16 after a run of 15) has no code.
+inline uint32_t codeOf(const HuffmanEncodeSpec* table, int symbol) {
+    return symbol < kHuffmanSymbols ? encodeEntry(table, symbol) : 0;
+}
+
+class BoundedBitWriter {
+public:
+    BoundedBitWriter(uint8_t* dst, int32_t dstLen, int32_t pos, const HuffmanEncodeState* state)
+        : dst_(dst), len_(dstLen), pos_(pos) {
+        const BitPosition p = loadBitPosition(state);
+        count_ = p.count & 7;
+        buffer_ = static_cast<uint32_t>(p.buffer) & 0xFFFFFF;
+    }
+
+    ZEQ_ENTROPY_INLINE ZeqStatus bits(uint32_t value, int n) {
+        if (n == 0) return StatusHuffmanTable;
+        int t = count_ + n;
+        uint32_t buffer = buffer_ | (lowBits(value, n) << (kPendingTop - t));
+        for (; t >= 8; t -= 8) {
+            if (pos_ >= len_) return StatusBufferExhausted;
+            const uint8_t byte = static_cast<uint8_t>(buffer >> 16);
+            dst_[pos_++] = byte;
+            if (byte == 0xFF) {
+                if (pos_ == len_) return StatusBufferExhausted;
+                dst_[pos_++] = kStuffedByte;
+            }
+            buffer = (buffer << 8) & 0xFFFFFF;
+        }
+        buffer_ = buffer;
+        count_ = t;
+        return StatusOk;
+    }
+    ZEQ_ENTROPY_INLINE ZeqStatus symbol(const HuffmanEncodeSpec* table, int s) {
+        const uint32_t entry = codeOf(table, s);
+        return bits(codeBits(entry), codeLength(entry));
+    }
+    ZEQ_ENTROPY_INLINE ZeqStatus symbolWithBits(const HuffmanEncodeSpec* table, int s,
+                                                uint32_t value, int n) {
+        ZeqStatus status = symbol(table, s);
+        if (status == StatusOk && n > 0) status = bits(value, n);
+        return status;
+    }
+
+    void close(int32_t* dstPos, HuffmanEncodeState* state) const {
+        *dstPos = pos_;
+        storeBitPosition(state, {buffer_, count_});
+    }
+
+private:
+    uint8_t* dst_;
+    int32_t len_;
+    int32_t pos_;
+    uint32_t buffer_;  // pending bits at 23 downwards
+    int count_;
+};
+
+enum class MissingCode { Fails, Skipped };
+
+template <MissingCode kMissing>
+class StreamBitWriter {
+public:
+    // At byte `pos` of a state-based stream: the pending bits come from the state.
+    StreamBitWriter(uint8_t* dst, int32_t pos, const HuffmanEncodeState* state)
+        : start_(dst), out_(dst + pos) {
+        const BitPosition p = loadBitPosition(state);
+        count_ = p.count & 7;
+        acc_ = (p.buffer & 0xFFFFFF) >> (kPendingTop - count_);
+    }
+    // At a bit position: the bits already in the byte at bitPos / 8 are kept.
+    StreamBitWriter(uint8_t* dst, int32_t bitPos) : start_(dst), out_(dst + (bitPos >> 3)) {
+        count_ = bitPos & 7;
+        acc_ = count_ > 0 ? *out_ >> (8 - count_) : 0;
+    }
+
+    ZEQ_ENTROPY_INLINE ZeqStatus bits(uint32_t value, int n) {
+        if (n == 0) return kMissing == MissingCode::Fails ? StatusHuffmanTable : StatusOk;
+        acc_ = (acc_ << n) | (value & ((uint64_t{1} << n) - 1));
+        count_ += n;
+        wrote_ = true;
+        if (count_ >= 32) emitWord();
+        return StatusOk;
+    }
+    ZEQ_ENTROPY_INLINE ZeqStatus symbol(const HuffmanEncodeSpec* table, int s) {
+        const uint32_t entry = codeOf(table, s);
+        const int length = codeLength(entry);
+        if (length == 0) return kMissing == MissingCode::Fails ? StatusHuffmanTable : StatusOk;
+        return bits(codeBits(entry), length);
+    }
+    ZEQ_ENTROPY_INLINE ZeqStatus symbolWithBits(const HuffmanEncodeSpec* table, int s,
+                                                uint32_t value, int n) {
+        const uint32_t entry = codeOf(table, s);
+        const int length = codeLength(entry);
+        if (length == 0) {
+            if (kMissing == MissingCode::Fails) return StatusHuffmanTable;
+            return n > 0 ? bits(value, n) : StatusOk;
+        }
+        // Code and extra bits are at most 32 bits together.
+        return bits((codeBits(entry) << n) | lowBits(value, n), length + n);
+    }
+
+    // State-based stream: whole bytes out, pending bits into the state.
+    void close(int32_t* dstPos, HuffmanEncodeState* state) {
+        drainBytes();
+        *dstPos = static_cast<int32_t>(out_ - start_);
+        const uint32_t pending = static_cast<uint32_t>(lowBits64(count_));
+        storeBitPosition(state, {count_ > 0 ? pending << (kPendingTop - count_) : 0, count_});
+    }
+    // Bit position: whole bytes out, then the partial byte (pending bits at
+    // the top, zeros below; a zero byte when none are pending). Memory and
+    // position stay untouched when nothing was written.
+    void close(int32_t* dstBitPos) {
+        if (!wrote_) return;
+        drainBytes();
+        *out_ = static_cast<uint8_t>(count_ > 0 ? lowBits64(count_) << (8 - count_) : 0);
+        *dstBitPos = static_cast<int32_t>((out_ - start_) * 8 + count_);
+    }
+
+private:
+    uint64_t lowBits64(int n) const { return acc_ & ((uint64_t{1} << n) - 1); }
+
+    ZEQ_ENTROPY_INLINE void putByte(uint8_t byte) {
+        *out_++ = byte;
+        if (byte == 0xFF) *out_++ = kStuffedByte;
+    }
+    ZEQ_ENTROPY_INLINE void emitWord() {
+        const uint32_t word = static_cast<uint32_t>(acc_ >> (count_ - 32));
+        const uint32_t inverted = ~word;
+        const bool hasFF = ((inverted - 0x01010101u) & ~inverted & 0x80808080u) != 0;
+        if (!hasFF) {
+            const uint32_t bigEndian = __builtin_bswap32(word);
+            std::memcpy(out_, &bigEndian, 4);
+            out_ += 4;
+        } else {
+            for (int shift = 24; shift >= 0; shift -= 8)
+                putByte(static_cast<uint8_t>(word >> shift));
+        }
+        count_ -= 32;
+    }
+    void drainBytes() {
+        for (; count_ >= 8; count_ -= 8) putByte(static_cast<uint8_t>(acc_ >> (count_ - 8)));
+    }
+
+    uint8_t* start_;
+    uint8_t* out_;
+    uint64_t acc_;  // pending bits, right-aligned; at most 63 between writes
+    int count_;
+    bool wrote_ = false;
+};
+
+using FastBitWriter = StreamBitWriter<MissingCode::Fails>;
+using DirectBitWriter = StreamBitWriter<MissingCode::Skipped>;
+
+// Pads the pending bits to a whole byte with 1-bits, then resets the state,
+// also when the padding found the destination full (its bits are then lost).
+inline ZeqStatus flushEncodeState(uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                                  HuffmanEncodeState* state) {
+    constexpr uint32_t kPadding = 0x7F;
+    constexpr int kPaddingBits = 7;
+    BoundedBitWriter writer(dst, dstLen, *dstPos, state);
+    const ZeqStatus status = writer.bits(kPadding, kPaddingBits);
+    writer.close(dstPos, state);
+    resetEncodeState(state);
+    return status;
+}
+
+}  // namespace zeq
+
+#endif  // ZEQ_JPEG_ENTROPY_BIT_WRITER_H

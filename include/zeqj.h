@@ -379,7 +379,7 @@ ZEQJ_API ZeqStatus zeqiSampleUp411LS_MCU_16s8u_P3C3R(const int16_t* const srcMCU
 ZEQJ_API ZeqStatus zeqiJoin422LS_MCU_16s8u_P3C2R(const int16_t* const srcMCU[3], uint8_t* dst,
                                                  int32_t dstStep);
 
-/* ---- JPEG Huffman table specifications ------------------------------ */
+/* ---- JPEG Huffman tables ------------------------------------------- */
 
 /* Prepared encode table: 1024 bytes, symbol-indexed codes. Read-only once built. */
 typedef struct HuffmanEncodeSpec HuffmanEncodeSpec;

@@ -116,10 +116,12 @@ int32_t followingPass(int32_t next, int32_t newPlane, int32_t bypassPlane) {
     }
 }
 
-// A segment written with predictable termination leaves the decoder at a
-// known place: it has read every byte of the segment and nothing past it.
+// After the last decision of a segment that ends with predictable
+// termination, the decoder has read exactly one byte past the segment (a
+// 0xFF supplied by the reader) and the unread bits of the look-ahead are CT
+// ones followed by zeros. Corrupt data rarely leave the decoder there.
 bool predictableTerminationHolds(const MqDecoderRegisters& mq) {
-    return !mq.markerReached && mq.position + 1 >= mq.length && mq.position < mq.length + 1;
+    return mq.position == mq.length && (mq.c & 0xFFFFu) == ((0xFFFF0000u >> mq.ct) & 0xFFFFu);
 }
 
 template <bool Causal>

@@ -116,6 +116,13 @@ inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision, Sink
             r.a = t.qe;
         context = t.afterLps;
     }
+    const int shift = __builtin_clz(r.a) - 16;
+    if (shift < r.ct) {  // no byte-out within the shift
+        r.a <<= shift;
+        r.c <<= shift;
+        r.ct -= shift;
+        return;
+    }
     do {
         r.a <<= 1;
         r.c <<= 1;
@@ -172,22 +179,28 @@ inline void mqFlushPredictable(MqEncoderRegisters& r, Sink& sink) {
 
 // Shortest termination. A decoder that runs past the segment reads 1 bits,
 // so the code value it sees is the bytes written followed by 1s. Choose the
-// largest k for which P = (floor(U / 2^k) - 1) x 2^k is still at least C
-// (U = C + A): P followed by k 1 bits lies in [C, U). Only the bytes that
-// hold bits at or above k are written; the rest is supplied by the reader.
+// largest k for which V = floor(U / 2^k) x 2^k - 1 is still at least C
+// (U = C + A): V ends in k 1 bits, and V followed by more 1s stays below U.
+// C becomes V; the bytes holding bits at or above k are pushed out, and
+// trailing bytes of nothing but 1 bits (0xFF, or 0x7F after a 0xFF) are left
+// to the reader.
 template <class Sink>
 inline void mqFlushShortest(MqEncoderRegisters& r, Sink& sink) {
     TerminationBytes t;
     const uint32_t top = r.c + r.a;
     int k = 31;
-    while (k > 0 && ((top >> k) == 0 || (((top >> k) - 1) << k) < r.c)) --k;
-    r.c = ((top >> k) - 1) << k;
+    while (k > 0 && ((top >> k) == 0 || ((top >> k) << k) - 1 < r.c)) --k;
+    r.c = ((top >> k) << k) - 1;
     int shifted = 0;
     do {  // the new pending byte holds bits 19..26 (20..26) of the shifted C
         shifted += r.ct;
         r.c <<= r.ct;
         mqByteOut(r, t);
     } while (27 - shifted > k);
+    while (t.count > 0 && (t.bytes[t.count - 1] == 0xFF ||
+                           (t.count > 1 && t.bytes[t.count - 1] == 0x7F &&
+                            t.bytes[t.count - 2] == 0xFF)))
+        --t.count;
     t.deliver(sink);
 }
 
@@ -265,6 +278,15 @@ inline int mqDecode(MqDecoderRegisters& r, uint8_t& context) {
             d = mps;
             context = t.afterMps;
         }
+    }
+    // Renormalize: shift A back to at least 0x8000, reading a byte whenever
+    // CT runs out; while CT covers the whole shift it is done at once.
+    int shift = __builtin_clz(r.a) - 16;
+    if (shift <= r.ct) {
+        r.a <<= shift;
+        r.c <<= shift;
+        r.ct -= shift;
+        return d;
     }
     do {
         if (r.ct == 0) mqByteIn(r);

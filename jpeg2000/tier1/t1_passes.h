@@ -42,7 +42,8 @@ inline void codeSignificantSample(const SampleGrid& g, Coder& coder, uint32_t* w
 // Significance propagation: every insignificant sample with a significant
 // neighbour, stripe by stripe (four rows), column by column, top to bottom.
 template <bool Raw, bool Causal, class Coder>
-void significancePass(const SampleGrid& g, Coder& coder, const uint8_t* zeroCoding) {
+void significancePass(const SampleGrid& g, Coder& shared, const uint8_t* zeroCoding) {
+    Coder coder = shared;  // a local copy keeps the coder registers out of memory
     for (int y0 = 0; y0 < g.height; y0 += 4) {
         const int rows = std::min(4, g.height - y0);
         uint32_t* column = g.words + (y0 >> 1) * g.stride;
@@ -59,12 +60,14 @@ void significancePass(const SampleGrid& g, Coder& coder, const uint8_t* zeroCodi
             }
         }
     }
+    shared = coder;
 }
 
 // Magnitude refinement: every sample significant before this plane and not
 // visited by this plane's significance pass.
 template <class Coder>
-void refinementPass(const SampleGrid& g, Coder& coder) {
+void refinementPass(const SampleGrid& g, Coder& shared) {
+    Coder coder = shared;  // a local copy keeps the coder registers out of memory
     for (int y0 = 0; y0 < g.height; y0 += 4) {
         const int rows = std::min(4, g.height - y0);
         uint32_t* column = g.words + (y0 >> 1) * g.stride;
@@ -80,13 +83,15 @@ void refinementPass(const SampleGrid& g, Coder& coder) {
             }
         }
     }
+    shared = coder;
 }
 
 // Cleanup: every sample neither significant nor visited; a full column of
 // four samples with all-zero state words is coded in run mode. The visited
 // marks are cleared on the way.
 template <bool Causal, class Coder>
-void cleanupPass(const SampleGrid& g, Coder& coder, const uint8_t* zeroCoding) {
+void cleanupPass(const SampleGrid& g, Coder& shared, const uint8_t* zeroCoding) {
+    Coder coder = shared;  // a local copy keeps the coder registers out of memory
     constexpr uint32_t kClearVisited = ~kBothHalves(kVisited);
     for (int y0 = 0; y0 < g.height; y0 += 4) {
         const int rows = std::min(4, g.height - y0);
@@ -112,6 +117,7 @@ void cleanupPass(const SampleGrid& g, Coder& coder, const uint8_t* zeroCoding) {
             column[g.stride] &= kClearVisited;
         }
     }
+    shared = coder;
 }
 
 // The segmentation symbol closing a cleanup pass: 1, 0, 1, 0 in the uniform

@@ -121,9 +121,11 @@ inline Decoded decodeOneShot(const Block& shape, const std::vector<uint8_t>& byt
     Decoded d;
     d.words.assign(shape.words.size(), 0x5A5A5A5A);
     const uint8_t none = 0;
+    const int32_t noLength = 0;
     d.status = zeqiDecodeCodeBlock_JPEG2K_1u32s_C1R(
         bytes.empty() ? &none : bytes.data(), d.words.data(), shape.step(), shape.size(), subband,
-        sfBits, passes, segmentLengths.data(), static_cast<int32_t>(segmentLengths.size()), flags,
+        sfBits, passes, segmentLengths.empty() ? &noLength : segmentLengths.data(),
+        static_cast<int32_t>(segmentLengths.size()), flags,
         &d.bitPlane, reinterpret_cast<ProgressiveDecodeState*>(work.data()));
     return d;
 }

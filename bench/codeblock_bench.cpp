@@ -46,8 +46,8 @@ struct EncodedBlock {
 EncodedBlock encodeOnce(CodeBlockEncodeState* state, const std::vector<int32_t>& block,
                         int32_t flags, std::vector<uint8_t>& out) {
     EncodedBlock e;
-    zeqiEncodeLoadCodeBlock_JPEG2K_32s_C1R(block.data(), 4 * kSide, {kSide, kSide}, state, 0, 31,
-                                           0, 0, flags, &e.sfBits, &e.passes, &e.segments);
+    zeqiEncodeLoadCodeBlock_JPEG2K_32s_C1R(block.data(), 4 * kSide, {kSide, kSide}, state, 0, 31, 0,
+                                           0, flags, &e.sfBits, &e.passes, &e.segments);
     int32_t len = static_cast<int32_t>(out.size()), notFinished = 0;
     zeqiEncodeStoreBits_JPEG2K_1u(out.data(), &len, state, &notFinished);
     e.bytes.assign(out.begin(), out.begin() + len);
@@ -111,7 +111,9 @@ BENCHMARK_CAPTURE(BM_Decode, bypass, 2)->Name("CodeBlockDecode64x64/bypass");
 // so that the benchmark program does not depend on the library.
 struct OpenJpeg {
     void* handle = dlopen("libopenjp2.so.7", RTLD_NOW | RTLD_LOCAL);
-#define ZEQJ_OPJ(name) decltype(&::name) name = handle ? reinterpret_cast<decltype(&::name)>(dlsym(handle, #name)) : nullptr
+#define ZEQJ_OPJ(name)       \
+    decltype(&::name) name = \
+        handle ? reinterpret_cast<decltype(&::name)>(dlsym(handle, #name)) : nullptr
     ZEQJ_OPJ(opj_image_create);
     ZEQJ_OPJ(opj_image_destroy);
     ZEQJ_OPJ(opj_set_default_encoder_parameters);

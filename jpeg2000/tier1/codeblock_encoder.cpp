@@ -40,9 +40,11 @@ ZeqStatus allocateEncodeState(CodeBlockEncodeState** out, ZeqiSize maxSize) {
         zeroBuffer(s->coding, sizeof(EncodeCodingRecord));
         s->coding->decisions = static_cast<uint8_t*>(allocateBuffer(static_cast<int32_t>(symbols)));
         if (s->coding->decisions != nullptr)
-            s->coding->labels = static_cast<uint8_t*>(allocateBuffer(static_cast<int32_t>(symbols)));
+            s->coding->labels =
+                static_cast<uint8_t*>(allocateBuffer(static_cast<int32_t>(symbols)));
         if (s->coding->labels != nullptr)
-            s->stateArray = static_cast<uint32_t*>(allocateBuffer(static_cast<int32_t>(arrayBytes)));
+            s->stateArray =
+                static_cast<uint32_t*>(allocateBuffer(static_cast<int32_t>(arrayBytes)));
     }
     if (s->stateArray == nullptr) {
         releaseEncodeState(s);
@@ -141,9 +143,9 @@ void runPass(const SampleGrid& g, EncodeModel& m, PassPlan plan, const uint8_t* 
 
 }  // namespace
 
-LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size, CodeBlockEncodeState* s,
-                         int32_t subband, int32_t magnBitDepth, int32_t mqTermType,
-                         int32_t codeStyleFlags) {
+LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
+                         CodeBlockEncodeState* s, int32_t subband, int32_t magnBitDepth,
+                         int32_t mqTermType, int32_t codeStyleFlags) {
     EncodeCodingRecord* rec = s->coding;
     const int32_t width = size.width, height = size.height;
     std::memset(s->stateArray, 0, static_cast<size_t>(stateArrayBytes(width, height)));

@@ -107,9 +107,9 @@ struct LoadResult {
     int32_t passes;
     int32_t segments;
 };
-LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size, CodeBlockEncodeState* s,
-                         int32_t subband, int32_t magnBitDepth, int32_t mqTermType,
-                         int32_t codeStyleFlags);
+LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
+                         CodeBlockEncodeState* s, int32_t subband, int32_t magnBitDepth,
+                         int32_t mqTermType, int32_t codeStyleFlags);
 
 // Codes into dst[0 .. *length); returns whether output remains.
 bool storeBits(CodeBlockEncodeState* s, uint8_t* dst, int32_t* length);

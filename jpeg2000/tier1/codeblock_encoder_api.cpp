@@ -72,16 +72,16 @@ extern "C" ZeqStatus zeqiEncodeStoreBits_JPEG2K_1u(uint8_t* pDst, int32_t* pDstL
     return StatusOk;
 }
 
-extern "C" ZeqStatus zeqiEncodeGetRate_JPEG2K(const CodeBlockEncodeState* pState,
-                                              int32_t passIndex, uint32_t* pRate) {
+extern "C" ZeqStatus zeqiEncodeGetRate_JPEG2K(const CodeBlockEncodeState* pState, int32_t passIndex,
+                                              uint32_t* pRate) {
     if (ZeqStatus s = checkQuery(pState, passIndex, pRate, &EncodeCodingRecord::passCount))
         return s;
     *pRate = pState->coding->passRate[passIndex];
     return StatusOk;
 }
 
-extern "C" ZeqStatus zeqiEncodeGetDist_JPEG2K(const CodeBlockEncodeState* pState,
-                                              int32_t passIndex, double* pDist) {
+extern "C" ZeqStatus zeqiEncodeGetDist_JPEG2K(const CodeBlockEncodeState* pState, int32_t passIndex,
+                                              double* pDist) {
     if (ZeqStatus s = checkQuery(pState, passIndex, pDist, &EncodeCodingRecord::passCount))
         return s;
     *pDist = t1::cumulativeDistortion(pState, passIndex);
@@ -90,8 +90,7 @@ extern "C" ZeqStatus zeqiEncodeGetDist_JPEG2K(const CodeBlockEncodeState* pState
 
 extern "C" ZeqStatus zeqiEncodeGetTermPassLen_JPEG2K(const CodeBlockEncodeState* pState,
                                                      int32_t segmentIndex, int32_t* pLen) {
-    if (ZeqStatus s =
-            checkQuery(pState, segmentIndex, pLen, &EncodeCodingRecord::segmentCount))
+    if (ZeqStatus s = checkQuery(pState, segmentIndex, pLen, &EncodeCodingRecord::segmentCount))
         return s;
     *pLen = t1::segmentLength(pState, segmentIndex);
     return StatusOk;

@@ -197,9 +197,9 @@ inline void mqFlushShortest(MqEncoderRegisters& r, Sink& sink) {
         r.c <<= r.ct;
         mqByteOut(r, t);
     } while (27 - shifted > k);
-    while (t.count > 0 && (t.bytes[t.count - 1] == 0xFF ||
-                           (t.count > 1 && t.bytes[t.count - 1] == 0x7F &&
-                            t.bytes[t.count - 2] == 0xFF)))
+    while (t.count > 0 &&
+           (t.bytes[t.count - 1] == 0xFF ||
+            (t.count > 1 && t.bytes[t.count - 1] == 0x7F && t.bytes[t.count - 2] == 0xFF)))
         --t.count;
     t.deliver(sink);
 }
@@ -330,7 +330,8 @@ template <class Sink>
 inline void rawFlush(RawPacker& p, Sink& sink) {
     if (p.bitsFree < rawPackerCapacity(p)) {
         if (p.heldFF) sink.put(0xFF);
-        for (int pad = 0; p.bitsFree > 0; pad ^= 1, --p.bitsFree) p.partial = (p.partial << 1) | pad;
+        for (int pad = 0; p.bitsFree > 0; pad ^= 1, --p.bitsFree)
+            p.partial = (p.partial << 1) | pad;
         sink.put(static_cast<uint8_t>(p.partial));
     }
     rawPackerStart(p);

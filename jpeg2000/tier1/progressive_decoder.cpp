@@ -168,7 +168,8 @@ void attachCodeBlock(ProgressiveDecodeState* s, uint8_t* dst, int32_t dstStep, Z
         for (int32_t y = 0; y < size.height; ++y)
             std::memset(rowAt(dst, dstStep, y), 0, static_cast<size_t>(size.width) * 4);
     if (!(codeStyleFlags & kFlagKeepStateArray))
-        std::memset(stateArray(s), 0, static_cast<size_t>(stateArrayBytes(size.width, size.height)));
+        std::memset(stateArray(s), 0,
+                    static_cast<size_t>(stateArrayBytes(size.width, size.height)));
     std::memcpy(s->contexts, kInitialContexts.data(), kContextCount);
     s->zeroCoding = zeroCodingTable(subband);
     // Magnitudes have 31 bits: a larger plane count starts at plane 30.
@@ -212,8 +213,7 @@ ZeqStatus decodeStep(ProgressiveDecodeState* s, const uint8_t* src, int32_t srcL
         int32_t plane = s->bitPlane;
         if (isCleanup(next)) setPlane(s, --plane);
         s->nextPass = followingPass(next, plane, s->bypassPlane);
-        const bool segmentEnds =
-            perPass || plane < 0 || isRawPass(s->nextPass) != isRawPass(next);
+        const bool segmentEnds = perPass || plane < 0 || isRawPass(s->nextPass) != isRawPass(next);
         if (segmentEnds && !isRawPass(next) && (s->flags & kFlagCheckPredictableTermination) &&
             !predictableTerminationHolds(arith.mq)) {
             status = StatusCodeBlockCorrupt;

@@ -79,8 +79,8 @@ extern "C" ZeqStatus zeqiDecodeCBProgrGetPassCounter_JPEG2K(const ProgressiveDec
     return StatusOk;
 }
 
-extern "C" ZeqStatus zeqiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(
-    const ProgressiveDecodeState* pState, int32_t* pBitPlaneNum) {
+extern "C" ZeqStatus zeqiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(const ProgressiveDecodeState* pState,
+                                                               int32_t* pBitPlaneNum) {
     if (ZeqStatus s = checkState(pState)) return s;
     if (ZeqStatus s = ArgChecks().pointer(pBitPlaneNum).status()) return s;
     *pBitPlaneNum = pState->bitPlane;

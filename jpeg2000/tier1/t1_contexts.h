@@ -198,7 +198,7 @@ inline uint32_t signEntry(uint32_t half) { return kSignTable[(half >> 4) & 0xFF]
 constexpr std::array<uint8_t, 512> makeRefinementTable() {
     std::array<uint8_t, 512> t{};
     for (int i = 0; i < 512; ++i)
-        t[i] = static_cast<uint8_t>(i >= 256  ? kRefineLaterLabel
+        t[i] = static_cast<uint8_t>(i >= 256 ? kRefineLaterLabel
                                     : i != 0 ? kRefineNeighbourLabel
                                              : kRefineFirstLabel);
     return t;
@@ -247,8 +247,7 @@ inline constexpr SignificanceMasks kSignificanceMasks[2][2] = {
 // Marks the sample in word `w` (half `odd`) significant. In vertically causal
 // mode a sample in the first row of a stripe leaves the row above alone, so
 // the last row of the stripe above never sees the stripe below.
-inline void markSignificant(uint32_t* w, int32_t stride, int odd, int negative,
-                            bool skipRowAbove) {
+inline void markSignificant(uint32_t* w, int32_t stride, int odd, int negative, bool skipRowAbove) {
     const SignificanceMasks& m = kSignificanceMasks[odd][negative];
     w[-1] |= m.own[0];
     w[0] |= m.own[1];

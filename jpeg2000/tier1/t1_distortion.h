@@ -17,8 +17,8 @@ constexpr int32_t kDistortionUnit = 8192;
 constexpr std::array<int32_t, 64> makeSignificanceDistortion(bool finalPlane) {
     std::array<int32_t, 64> t{};
     for (int i = 0; i < 64; ++i) {
-        const int64_t x64 = 64 + i;  // 64 x
-        t[i] = static_cast<int32_t>(finalPlane ? 2 * x64 * x64           // 8192 x^2
+        const int64_t x64 = 64 + i;                                   // 64 x
+        t[i] = static_cast<int32_t>(finalPlane ? 2 * x64 * x64        // 8192 x^2
                                                : 384 * x64 - 18432);  // 8192 (3x - 2.25)
     }
     return t;

@@ -101,8 +101,8 @@ void cleanupPass(const SampleGrid& g, Coder& shared, const uint8_t* zeroCoding) 
             if (rows == 4 && (column[0] | column[g.stride]) == 0) {
                 r = coder.run(x, y0);
                 if (r < 0) continue;
-                codeSignificantSample<false, Causal>(g, coder, column + (r >> 1) * g.stride,
-                                                     r & 1, x, y0 + r, r);
+                codeSignificantSample<false, Causal>(g, coder, column + (r >> 1) * g.stride, r & 1,
+                                                     x, y0 + r, r);
                 ++r;
             }
             for (; r < rows; ++r) {

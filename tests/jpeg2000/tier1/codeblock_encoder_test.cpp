@@ -58,7 +58,8 @@ TEST(CodeBlockEncoder, ChecksRunInTheirOrderAndWriteNothingOnFailure) {
     uint8_t out[4];
     int32_t len = 4, notFinished = 7;
     EXPECT_EQ(zeqiEncodeStoreBits_JPEG2K_1u(out, &len, nullptr, &notFinished), StatusNullPointer);
-    EXPECT_EQ(zeqiEncodeStoreBits_JPEG2K_1u(nullptr, nullptr, wrong, nullptr), StatusContextMismatch);
+    EXPECT_EQ(zeqiEncodeStoreBits_JPEG2K_1u(nullptr, nullptr, wrong, nullptr),
+              StatusContextMismatch);
     EXPECT_EQ(zeqiEncodeStoreBits_JPEG2K_1u(out, &len, enc.state, nullptr), StatusNullPointer);
     len = 0;
     EXPECT_EQ(zeqiEncodeStoreBits_JPEG2K_1u(out, &len, enc.state, &notFinished), StatusBadSize);
@@ -140,11 +141,11 @@ TEST(CodeBlockEncoder, DistortionOfAllPassesIsTheSumOfTheTableValues) {
             for (int p = top; p >= lowest; --p) {
                 const uint32_t window = p >= 6 ? m >> (p - 6) : m << (6 - p);
                 const bool last = finalFlag && p == lowest;
-                const int32_t value =
-                    p == top ? (last ? zeq::t1::kSignificanceDistortionFinal
-                                     : zeq::t1::kSignificanceDistortion)[window & 63]
-                             : (last ? zeq::t1::kRefinementDistortionFinal
-                                     : zeq::t1::kRefinementDistortion)[window & 127];
+                const int32_t value = p == top
+                                          ? (last ? zeq::t1::kSignificanceDistortionFinal
+                                                  : zeq::t1::kSignificanceDistortion)[window & 63]
+                                          : (last ? zeq::t1::kRefinementDistortionFinal
+                                                  : zeq::t1::kRefinementDistortion)[window & 127];
                 expected += std::ldexp(value, 2 * (p - lowest) - 13);
             }
         }

@@ -17,7 +17,8 @@ std::vector<int32_t> truncatedSegments(const Encoded& e, int32_t flags, int32_t 
     const std::vector<int32_t> ends = segmentEndPasses(e.passes, e.sfBits, flags);
     for (size_t s = 0; s < ends.size(); ++s) {
         if (ends[s] >= passes) {
-            lengths.push_back(static_cast<int32_t>(e.rates[static_cast<size_t>(passes) - 1]) - start);
+            lengths.push_back(static_cast<int32_t>(e.rates[static_cast<size_t>(passes) - 1]) -
+                              start);
             break;
         }
         lengths.push_back(e.segmentLengths[s]);
@@ -53,12 +54,12 @@ TEST_P(Tier1RoundTrip, BothDecodersReconstructEveryRateTruncation) {
             ASSERT_EQ(total, static_cast<int64_t>(e.bytes.size())) << where;
 
             const std::vector<int32_t> exact = reconstructedAtPlane(b, 0);
-            const Decoded one = decodeOneShot(b, e.bytes, e.segmentLengths, subband, e.sfBits,
-                                              e.passes, flags);
+            const Decoded one =
+                decodeOneShot(b, e.bytes, e.segmentLengths, subband, e.sfBits, e.passes, flags);
             ASSERT_EQ(one.status, StatusOk) << where;
             ASSERT_EQ(one.words, exact) << where;
-            const Decoded progressive = decodeProgressive(b, e.bytes, e.segmentLengths, subband,
-                                                          e.sfBits, e.passes, flags);
+            const Decoded progressive =
+                decodeProgressive(b, e.bytes, e.segmentLengths, subband, e.sfBits, e.passes, flags);
             ASSERT_EQ(progressive.status, StatusOk) << where;
             ASSERT_EQ(progressive.words, exact) << where;
             ASSERT_EQ(progressive.bitPlane, e.passes ? -1 : e.sfBits - 1) << where;
@@ -99,8 +100,7 @@ TEST(Tier1RoundTrip, LowestPlaneStopsCodingAndDecodingKeepsItsMidpoint) {
         const Encoded e = encode(enc.state, b, 0, flags, uniform<int>(rng, 0, 2), 1 << 20, depth);
         const int lowest = 31 - depth;
         ASSERT_EQ(e.passes, e.sfBits - 1 >= lowest ? 1 + 3 * (e.sfBits - 1 - lowest) : 0);
-        const Decoded d =
-            decodeOneShot(b, e.bytes, e.segmentLengths, 0, e.sfBits, e.passes, flags);
+        const Decoded d = decodeOneShot(b, e.bytes, e.segmentLengths, 0, e.sfBits, e.passes, flags);
         ASSERT_EQ(d.status, StatusOk);
         ASSERT_EQ(d.words, reconstructedAtPlane(b, e.passes ? lowest : 31)) << i;
     }

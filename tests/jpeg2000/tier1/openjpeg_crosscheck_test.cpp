@@ -28,15 +28,15 @@ struct StyleCase {
     int32_t termType;
 };
 
-const StyleCase kStyles[] = {{0, 0},  {1, 0},  {2, 0},  {4, 0},  {8, 0},  {16, 0},
-                             {0, 1},  {0, 2},  {2, 1},  {6, 2},  {31, 0}, {31, 1},
-                             {31, 2}, {19, 2}, {2, 2},  {12, 1}};
+const StyleCase kStyles[] = {{0, 0}, {1, 0}, {2, 0},  {4, 0},  {8, 0},  {16, 0}, {0, 1}, {0, 2},
+                             {2, 1}, {6, 2}, {31, 0}, {31, 1}, {31, 2}, {19, 2}, {2, 2}, {12, 1}};
 
 TEST(Tier1OpenJpeg, OpenJpegDecodesTheEncodersCodeBlocksExactly) {
     EncoderHandle enc({64, 64});
     for (const StyleCase& style : kStyles) {
         for (int i = 0; i < scaledCount(12); ++i) {
-            auto& rng = seededRng(static_cast<uint32_t>(1000 * style.flags + 100 * style.termType + i));
+            auto& rng =
+                seededRng(static_cast<uint32_t>(1000 * style.flags + 100 * style.termType + i));
             const int w = i == 0 ? 64 : uniform<int>(rng, 1, 64);
             const int h = i == 0 ? 64 : uniform<int>(rng, 1, 64);
             const Block b = randomBlock(rng, w, h, uniform<int>(rng, 0, 14));
@@ -59,7 +59,8 @@ TEST(Tier1OpenJpeg, DecodersReproduceOpenJpegCodeBlocks) {
     for (const StyleCase& style : kStyles) {
         const uint8_t cbStyle = codeBlockStyle(style.flags, style.termType);
         for (int i = 0; i < scaledCount(8); ++i) {
-            auto& rng = seededRng(static_cast<uint32_t>(7 + 1000 * style.flags + 100 * style.termType + i));
+            auto& rng =
+                seededRng(static_cast<uint32_t>(7 + 1000 * style.flags + 100 * style.termType + i));
             const int w = i == 0 ? 64 : uniform<int>(rng, 1, 64);
             const int h = i == 0 ? 64 : uniform<int>(rng, 1, 64);
             Block b = randomBlock(rng, w, h, uniform<int>(rng, 0, 14));

@@ -356,7 +356,8 @@ inline ParsedCodeBlock parseCodeBlock(const std::vector<uint8_t>& cs) {
     while (r.bit()) ++lblock;
     size_t total = 0;
     for (int n : segmentPassCounts(p.passes, p.style)) {
-        p.segmentLengths.push_back(static_cast<int32_t>(r.bits(lblock + floorLog2(static_cast<uint32_t>(n)))));
+        p.segmentLengths.push_back(
+            static_cast<int32_t>(r.bits(lblock + floorLog2(static_cast<uint32_t>(n)))));
         total += static_cast<size_t>(p.segmentLengths.back());
     }
     const size_t body = r.bytesUsed();

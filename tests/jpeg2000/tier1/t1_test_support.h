@@ -36,7 +36,8 @@ inline Block randomBlock(std::mt19937& rng, int32_t width, int32_t height, int t
             continue;
         }
         const int plane = uniform<int>(rng, 0, topPlane);
-        const uint32_t mag = static_cast<uint32_t>(uniform<int64_t>(rng, 0, (int64_t{1} << plane) * 2 - 1));
+        const uint32_t mag =
+            static_cast<uint32_t>(uniform<int64_t>(rng, 0, (int64_t{1} << plane) * 2 - 1));
         w = static_cast<int32_t>(mag | (mag && uniform<int>(rng, 0, 1) ? 0x80000000u : 0));
     }
     return b;
@@ -52,7 +53,9 @@ struct Encoded {
 
 struct EncoderHandle {
     CodeBlockEncodeState* state = nullptr;
-    explicit EncoderHandle(ZeqiSize max) { EXPECT_EQ(zeqiEncodeInitAlloc_JPEG2K(&state, max), StatusOk); }
+    explicit EncoderHandle(ZeqiSize max) {
+        EXPECT_EQ(zeqiEncodeInitAlloc_JPEG2K(&state, max), StatusOk);
+    }
     ~EncoderHandle() { zeqiEncodeFree_JPEG2K(state); }
     EncoderHandle(const EncoderHandle&) = delete;
     EncoderHandle& operator=(const EncoderHandle&) = delete;
@@ -69,7 +72,8 @@ inline Encoded encode(CodeBlockEncodeState* state, const Block& b, int32_t subba
     std::vector<uint8_t> buffer(static_cast<size_t>(chunk));
     for (int32_t notFinished = 1; notFinished;) {
         int32_t len = chunk;
-        EXPECT_EQ(zeqiEncodeStoreBits_JPEG2K_1u(buffer.data(), &len, state, &notFinished), StatusOk);
+        EXPECT_EQ(zeqiEncodeStoreBits_JPEG2K_1u(buffer.data(), &len, state, &notFinished),
+                  StatusOk);
         EXPECT_LE(len, chunk);
         e.bytes.insert(e.bytes.end(), buffer.begin(), buffer.begin() + len);
         if (len == 0 && notFinished) {
@@ -125,8 +129,8 @@ inline Decoded decodeOneShot(const Block& shape, const std::vector<uint8_t>& byt
     d.status = zeqiDecodeCodeBlock_JPEG2K_1u32s_C1R(
         bytes.empty() ? &none : bytes.data(), d.words.data(), shape.step(), shape.size(), subband,
         sfBits, passes, segmentLengths.empty() ? &noLength : segmentLengths.data(),
-        static_cast<int32_t>(segmentLengths.size()), flags,
-        &d.bitPlane, reinterpret_cast<ProgressiveDecodeState*>(work.data()));
+        static_cast<int32_t>(segmentLengths.size()), flags, &d.bitPlane,
+        reinterpret_cast<ProgressiveDecodeState*>(work.data()));
     return d;
 }
 
@@ -145,8 +149,8 @@ inline Decoded decodeProgressive(const Block& shape, const std::vector<uint8_t>&
     size_t offset = 0;
     const uint8_t none = 0;
     for (int32_t len : segmentLengths) {
-        d.status = zeqiDecodeCBProgrStep_JPEG2K(offset < bytes.size() ? bytes.data() + offset : &none,
-                                                len, state);
+        d.status = zeqiDecodeCBProgrStep_JPEG2K(
+            offset < bytes.size() ? bytes.data() + offset : &none, len, state);
         offset += static_cast<size_t>(len);
         if (d.status != StatusOk) break;
     }

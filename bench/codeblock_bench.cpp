@@ -16,6 +16,8 @@
 
 #if __has_include(<openjpeg-2.5/openjpeg.h>)
 #include <openjpeg-2.5/openjpeg.h>
+
+#include "tests/jpeg2000/tier1/openjpeg_memory_stream.h"
 #define ZEQJ_BENCH_OPENJPEG 1
 #endif
 
@@ -146,43 +148,9 @@ OpenJpeg& openJpeg() {
     return o;
 }
 
-struct Memory {
-    std::vector<uint8_t> bytes;
-    size_t position = 0;
-};
+using Memory = zeq::test::t1::MemoryStream;
 
-opj_stream_t* memoryStream(Memory* m, bool input) {
-    OpenJpeg& o = openJpeg();
-    opj_stream_t* s = o.opj_stream_create(1 << 16, input ? OPJ_TRUE : OPJ_FALSE);
-    o.opj_stream_set_user_data(s, m, nullptr);
-    o.opj_stream_set_user_data_length(s, m->bytes.size());
-    o.opj_stream_set_read_function(s, [](void* buf, OPJ_SIZE_T n, void* user) -> OPJ_SIZE_T {
-        auto* m = static_cast<Memory*>(user);
-        const size_t left = m->bytes.size() - m->position;
-        if (left == 0) return static_cast<OPJ_SIZE_T>(-1);
-        n = std::min<size_t>(n, left);
-        std::memcpy(buf, m->bytes.data() + m->position, n);
-        m->position += n;
-        return n;
-    });
-    o.opj_stream_set_write_function(s, [](void* buf, OPJ_SIZE_T n, void* user) -> OPJ_SIZE_T {
-        auto* m = static_cast<Memory*>(user);
-        if (m->bytes.size() < m->position + n) m->bytes.resize(m->position + n);
-        std::memcpy(m->bytes.data() + m->position, buf, n);
-        m->position += n;
-        return n;
-    });
-    o.opj_stream_set_skip_function(s, [](OPJ_OFF_T n, void* user) -> OPJ_OFF_T {
-        auto* m = static_cast<Memory*>(user);
-        m->position = static_cast<size_t>(static_cast<OPJ_OFF_T>(m->position) + n);
-        return n;
-    });
-    o.opj_stream_set_seek_function(s, [](OPJ_OFF_T n, void* user) -> OPJ_BOOL {
-        static_cast<Memory*>(user)->position = static_cast<size_t>(n);
-        return OPJ_TRUE;
-    });
-    return s;
-}
+opj_stream_t* memoryStream(Memory* m, bool input) { return m->open(openJpeg(), input); }
 
 std::vector<uint8_t> openJpegEncode(const std::vector<int32_t>& block, int mode) {
     OpenJpeg& o = openJpeg();

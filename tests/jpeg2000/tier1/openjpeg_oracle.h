@@ -13,6 +13,8 @@
 #include <cstring>
 #include <vector>
 
+#include "tests/jpeg2000/tier1/openjpeg_memory_stream.h"
+
 namespace zeq::test::t1 {
 
 // The code-block style byte of a COD marker for the library's flags and
@@ -222,41 +224,24 @@ inline std::vector<uint8_t> wrapCodeBlock(int width, int height, uint8_t style, 
     return cs;
 }
 
-struct MemoryStream {
-    std::vector<uint8_t> bytes;
-    size_t position = 0;
+// The stream functions of the linked library, for MemoryStream::open.
+struct LinkedStreamApi {
+    decltype(&::opj_stream_create) opj_stream_create = ::opj_stream_create;
+    decltype(&::opj_stream_set_user_data) opj_stream_set_user_data = ::opj_stream_set_user_data;
+    decltype(&::opj_stream_set_user_data_length) opj_stream_set_user_data_length =
+        ::opj_stream_set_user_data_length;
+    decltype(&::opj_stream_set_read_function) opj_stream_set_read_function =
+        ::opj_stream_set_read_function;
+    decltype(&::opj_stream_set_write_function) opj_stream_set_write_function =
+        ::opj_stream_set_write_function;
+    decltype(&::opj_stream_set_skip_function) opj_stream_set_skip_function =
+        ::opj_stream_set_skip_function;
+    decltype(&::opj_stream_set_seek_function) opj_stream_set_seek_function =
+        ::opj_stream_set_seek_function;
 };
 
 inline opj_stream_t* openStream(MemoryStream* m, bool input) {
-    opj_stream_t* s = opj_stream_create(1 << 16, input ? OPJ_TRUE : OPJ_FALSE);
-    opj_stream_set_user_data(s, m, nullptr);
-    opj_stream_set_user_data_length(s, m->bytes.size());
-    opj_stream_set_read_function(s, [](void* buf, OPJ_SIZE_T n, void* user) -> OPJ_SIZE_T {
-        auto* m = static_cast<MemoryStream*>(user);
-        const size_t left = m->bytes.size() - m->position;
-        if (left == 0) return static_cast<OPJ_SIZE_T>(-1);
-        n = std::min<size_t>(n, left);
-        std::memcpy(buf, m->bytes.data() + m->position, n);
-        m->position += n;
-        return n;
-    });
-    opj_stream_set_write_function(s, [](void* buf, OPJ_SIZE_T n, void* user) -> OPJ_SIZE_T {
-        auto* m = static_cast<MemoryStream*>(user);
-        if (m->bytes.size() < m->position + n) m->bytes.resize(m->position + n);
-        std::memcpy(m->bytes.data() + m->position, buf, n);
-        m->position += n;
-        return n;
-    });
-    opj_stream_set_skip_function(s, [](OPJ_OFF_T n, void* user) -> OPJ_OFF_T {
-        auto* m = static_cast<MemoryStream*>(user);
-        m->position = static_cast<size_t>(static_cast<OPJ_OFF_T>(m->position) + n);
-        return n;
-    });
-    opj_stream_set_seek_function(s, [](OPJ_OFF_T n, void* user) -> OPJ_BOOL {
-        static_cast<MemoryStream*>(user)->position = static_cast<size_t>(n);
-        return OPJ_TRUE;
-    });
-    return s;
+    return m->open(LinkedStreamApi{}, input);
 }
 
 inline void quiet(const char*, void*) {}

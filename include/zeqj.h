@@ -489,9 +489,78 @@ ZEQJ_API ZeqStatus zeqiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
 
 /* ---- JPEG 2000 code-block encoder ----------------------------------- */
 
+/* Code-block encoder state, made by zeqiEncodeInitAlloc_JPEG2K and opaque to callers. */
+typedef struct CodeBlockEncodeState CodeBlockEncodeState;
+
+/* Allocates an encoder state for code blocks of up to codeBlockMaxSize samples. */
+ZEQJ_API ZeqStatus zeqiEncodeInitAlloc_JPEG2K(CodeBlockEncodeState** pState,
+                                              ZeqiSize codeBlockMaxSize);
+/* Frees an encoder state and everything it holds. */
+ZEQJ_API ZeqStatus zeqiEncodeFree_JPEG2K(CodeBlockEncodeState* pState);
+/* Models one sign-magnitude code block: all passes, decisions and per-pass distortion. */
+ZEQJ_API ZeqStatus zeqiEncodeLoadCodeBlock_JPEG2K_32s_C1R(
+    const int32_t* pSrc, int32_t srcStep, ZeqiSize codeBlockSize, CodeBlockEncodeState* pState,
+    int32_t subband, int32_t magnBitDepth, int32_t mqTermType, int32_t reserved,
+    int32_t codeStyleFlags, int32_t* pSfBits, int32_t* pNOfPasses, int32_t* pNOfTermPasses);
+/* Writes the next coded bytes of the loaded block (up to *pDstLen) and fixes pass rates. */
+ZEQJ_API ZeqStatus zeqiEncodeStoreBits_JPEG2K_1u(uint8_t* pDst, int32_t* pDstLen,
+                                                 CodeBlockEncodeState* pState,
+                                                 int32_t* pIsNotFinished);
+/* Bytes needed to decode the passes up to passIndex (valid once they are stored). */
+ZEQJ_API ZeqStatus zeqiEncodeGetRate_JPEG2K(const CodeBlockEncodeState* pState,
+                                            int32_t passIndex, uint32_t* pRate);
+/* Distortion reduction of the passes up to passIndex. */
+ZEQJ_API ZeqStatus zeqiEncodeGetDist_JPEG2K(const CodeBlockEncodeState* pState,
+                                            int32_t passIndex, double* pDist);
+/* Byte length of one terminated segment. */
+ZEQJ_API ZeqStatus zeqiEncodeGetTermPassLen_JPEG2K(const CodeBlockEncodeState* pState,
+                                                   int32_t segmentIndex, int32_t* pLen);
+
 /* ---- JPEG 2000 code-block decoder ----------------------------------- */
 
+/* Progressive decoder state: caller memory of the size the GetBufSize or
+ * GetStateSize functions report, or made by zeqiDecodeCBProgrInitAlloc_JPEG2K. */
+typedef struct ProgressiveDecodeState ProgressiveDecodeState;
+
+/* Size in bytes of the work buffer of the one-shot decoder. */
+ZEQJ_API ZeqStatus zeqiDecodeGetBufSize_JPEG2K(ZeqiSize codeBlockSize, int32_t* pSize);
+/* Decodes a whole code block from its terminated segments into sign-magnitude samples. */
+ZEQJ_API ZeqStatus zeqiDecodeCodeBlock_JPEG2K_1u32s_C1R(
+    const uint8_t* pSrc, int32_t* pDst, int32_t dstStep, ZeqiSize codeBlockSize,
+    int32_t subband, int32_t sfBits, int32_t nOfPasses, const int32_t* pTermPassLen,
+    int32_t nOfTermPasses, int32_t codeStyleFlags, int32_t* pErrorBitPlane,
+    ProgressiveDecodeState* pState);
+
 /* ---- JPEG 2000 progressive code-block decoder ----------------------- */
+
+/* Size in bytes of a progressive decoder state for blocks of up to codeBlockMaxSize. */
+ZEQJ_API ZeqStatus zeqiDecodeCBProgrGetStateSize_JPEG2K(ZeqiSize codeBlockMaxSize,
+                                                        int32_t* pStateSize);
+/* Prepares a caller-allocated state buffer. */
+ZEQJ_API ZeqStatus zeqiDecodeCBProgrInit_JPEG2K(ProgressiveDecodeState* pState);
+/* Allocates and prepares a state for blocks of up to codeBlockMaxSize. */
+ZEQJ_API ZeqStatus zeqiDecodeCBProgrInitAlloc_JPEG2K(ProgressiveDecodeState** pState,
+                                                     ZeqiSize codeBlockMaxSize);
+/* Frees a state made by zeqiDecodeCBProgrInitAlloc_JPEG2K. */
+ZEQJ_API ZeqStatus zeqiDecodeCBProgrFree_JPEG2K(ProgressiveDecodeState* pState);
+/* Attaches a destination code block and starts decoding at plane sfBits - 1. */
+ZEQJ_API ZeqStatus zeqiDecodeCBProgrAttach_JPEG2K_32s_C1R(int32_t* pDst, int32_t dstStep,
+                                                          ZeqiSize codeBlockSize,
+                                                          ProgressiveDecodeState* pState,
+                                                          int32_t subband, int32_t sfBits,
+                                                          int32_t codeStyleFlags);
+/* Sets the number of passes still to decode. */
+ZEQJ_API ZeqStatus zeqiDecodeCBProgrSetPassCounter_JPEG2K(int32_t nOfPasses,
+                                                          ProgressiveDecodeState* pState);
+/* Reads the number of passes still to decode. */
+ZEQJ_API ZeqStatus zeqiDecodeCBProgrGetPassCounter_JPEG2K(const ProgressiveDecodeState* pState,
+                                                          int32_t* pNOfPasses);
+/* Reads the current bit plane (-1 when every plane is done). */
+ZEQJ_API ZeqStatus zeqiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(
+    const ProgressiveDecodeState* pState, int32_t* pBitPlaneNum);
+/* Decodes the passes of one terminated segment (one pass with flag 4). */
+ZEQJ_API ZeqStatus zeqiDecodeCBProgrStep_JPEG2K(const uint8_t* pSrc, int32_t srcLen,
+                                                ProgressiveDecodeState* pState);
 
 /* ---- HD Photo core transform ---------------------------------------- */
 

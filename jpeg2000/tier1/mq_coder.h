@@ -1,0 +1,364 @@
+// The MQ arithmetic coder of JPEG 2000, shared by the code-block encoder and
+// both code-block decoders, plus the plain bit packer and reader of bypassed
+// passes. Everything here is inline: the coders run once per decision.
+#ifndef ZEQ_JPEG2000_TIER1_MQ_CODER_H
+#define ZEQ_JPEG2000_TIER1_MQ_CODER_H
+
+#include <array>
+#include <cstdint>
+
+namespace zeq::t1 {
+
+// One row of the 47-state probability estimation table: the LPS probability
+// Qe, the next state after an MPS and after an LPS, and whether an LPS in
+// this state exchanges the sense of the MPS.
+struct MqStateRow {
+    uint16_t qe;
+    uint8_t nextMps;
+    uint8_t nextLps;
+    uint8_t switchMps;
+};
+
+inline constexpr MqStateRow kMqStateTable[47] = {
+    {0x5601, 1, 1, 1},   {0x3401, 2, 6, 0},   {0x1801, 3, 9, 0},   {0x0AC1, 4, 12, 0},
+    {0x0521, 5, 29, 0},  {0x0221, 38, 33, 0}, {0x5601, 7, 6, 1},   {0x5401, 8, 14, 0},
+    {0x4801, 9, 14, 0},  {0x3801, 10, 14, 0}, {0x3001, 11, 17, 0}, {0x2401, 12, 18, 0},
+    {0x1C01, 13, 20, 0}, {0x1601, 29, 21, 0}, {0x5601, 15, 14, 1}, {0x5401, 16, 14, 0},
+    {0x5101, 17, 15, 0}, {0x4801, 18, 16, 0}, {0x3801, 19, 17, 0}, {0x3401, 20, 18, 0},
+    {0x3001, 21, 19, 0}, {0x2801, 22, 19, 0}, {0x2401, 23, 20, 0}, {0x2201, 24, 21, 0},
+    {0x1C01, 25, 22, 0}, {0x1801, 26, 23, 0}, {0x1601, 27, 24, 0}, {0x1401, 28, 25, 0},
+    {0x1201, 29, 26, 0}, {0x1101, 30, 27, 0}, {0x0AC1, 31, 28, 0}, {0x09C1, 32, 29, 0},
+    {0x08A1, 33, 30, 0}, {0x0521, 34, 31, 0}, {0x0441, 35, 32, 0}, {0x02A1, 36, 33, 0},
+    {0x0221, 37, 34, 0}, {0x0141, 38, 35, 0}, {0x0111, 39, 36, 0}, {0x0085, 40, 37, 0},
+    {0x0049, 41, 38, 0}, {0x0025, 42, 39, 0}, {0x0015, 43, 40, 0}, {0x0009, 44, 41, 0},
+    {0x0005, 45, 42, 0}, {0x0001, 45, 43, 0}, {0x5601, 46, 46, 0},
+};
+
+// A context is kept in one byte, 2 x state index + MPS, so that one table
+// lookup gives Qe and both successor contexts (MPS sense included).
+constexpr uint8_t mqContext(int stateIndex, int mps) {
+    return static_cast<uint8_t>(2 * stateIndex + mps);
+}
+
+struct MqTransition {
+    uint32_t qe;
+    uint8_t afterMps;
+    uint8_t afterLps;
+};
+
+constexpr std::array<MqTransition, 94> makeMqTransitions() {
+    std::array<MqTransition, 94> t{};
+    for (int i = 0; i < 47; ++i) {
+        for (int mps = 0; mps < 2; ++mps) {
+            const MqStateRow& row = kMqStateTable[i];
+            const int lpsMps = row.switchMps ? 1 - mps : mps;
+            t[2 * i + mps] = {row.qe, mqContext(row.nextMps, mps), mqContext(row.nextLps, lpsMps)};
+        }
+    }
+    return t;
+}
+inline constexpr std::array<MqTransition, 94> kMqTransitions = makeMqTransitions();
+
+// ---- Encoder ----------------------------------------------------------------
+
+// Registers of the encoder. `pending` is the byte B that a carry may still
+// reach; before the first byte-out of a segment it is a placeholder that is
+// never written (byteOuts == 0).
+struct MqEncoderRegisters {
+    uint32_t a;
+    uint32_t c;
+    int32_t ct;
+    int32_t pending;
+    int32_t byteOuts;
+};
+static_assert(sizeof(MqEncoderRegisters) == 20, "MQ encoder registers are five words");
+
+inline void mqEncoderStart(MqEncoderRegisters& r) { r = {0x8000, 0, 12, 0, 0}; }
+
+// Moves the pending byte to the sink and forms the next one from C, with the
+// carry into the pending byte and a stuffed zero bit after every 0xFF.
+template <class Sink>
+inline void mqByteOut(MqEncoderRegisters& r, Sink& sink) {
+    if (r.pending != 0xFF && r.c >= 0x8000000u) {
+        ++r.pending;
+        r.c &= 0x7FFFFFFu;
+    }
+    if (r.byteOuts++ > 0) sink.put(static_cast<uint8_t>(r.pending));
+    if (r.pending == 0xFF) {
+        r.pending = static_cast<int32_t>(r.c >> 20);
+        r.c &= 0xFFFFFu;
+        r.ct = 7;
+    } else {
+        r.pending = static_cast<int32_t>(r.c >> 19);
+        r.c &= 0x7FFFFu;
+        r.ct = 8;
+    }
+}
+
+template <class Sink>
+inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision, Sink& sink) {
+    const MqTransition t = kMqTransitions[context];
+    r.a -= t.qe;
+    if (decision == (context & 1)) {
+        if (r.a & 0x8000u) {
+            r.c += t.qe;
+            return;
+        }
+        if (r.a < t.qe)
+            r.a = t.qe;
+        else
+            r.c += t.qe;
+        context = t.afterMps;
+    } else {
+        if (r.a < t.qe)
+            r.c += t.qe;
+        else
+            r.a = t.qe;
+        context = t.afterLps;
+    }
+    const int shift = __builtin_clz(r.a) - 16;
+    if (shift < r.ct) {  // no byte-out within the shift
+        r.a <<= shift;
+        r.c <<= shift;
+        r.ct -= shift;
+        return;
+    }
+    do {
+        r.a <<= 1;
+        r.c <<= 1;
+        if (--r.ct == 0) mqByteOut(r, sink);
+    } while (!(r.a & 0x8000u));
+}
+
+// Collects the bytes of a termination so that a final 0xFF can be dropped:
+// decoders read missing bytes as 0xFF, and a segment never ends on 0xFF.
+struct TerminationBytes {
+    uint8_t bytes[8];
+    int count = 0;
+    void put(uint8_t b) { bytes[count++] = b; }
+    template <class Sink>
+    void deliver(Sink& sink) {
+        if (count > 0 && bytes[count - 1] == 0xFF) --count;
+        for (int i = 0; i < count; ++i) sink.put(bytes[i]);
+    }
+};
+
+// The standard flush: C is set to the value with the most trailing 1 bits
+// inside the interval, two byte-outs push it out, and the last byte is
+// written unless it is 0xFF.
+template <class Sink>
+inline void mqFlushStandard(MqEncoderRegisters& r, Sink& sink) {
+    TerminationBytes t;
+    const uint32_t top = r.c + r.a;
+    r.c |= 0xFFFFu;
+    if (r.c >= top) r.c -= 0x8000u;
+    r.c <<= r.ct;
+    mqByteOut(r, t);
+    r.c <<= r.ct;
+    mqByteOut(r, t);
+    if (r.byteOuts > 0) t.put(static_cast<uint8_t>(r.pending));
+    t.deliver(sink);
+}
+
+// Predictable termination: byte-outs until 12 - CT bits have left C, then
+// the pending byte unless it is 0xFF. A decoder can check that it ends
+// exactly at the segment's end.
+template <class Sink>
+inline void mqFlushPredictable(MqEncoderRegisters& r, Sink& sink) {
+    TerminationBytes t;
+    int bits = 12 - r.ct;
+    while (bits > 0) {
+        r.c <<= r.ct;
+        r.ct = 0;
+        mqByteOut(r, t);
+        bits -= r.ct;
+    }
+    if (r.byteOuts > 0 && r.pending != 0xFF) t.put(static_cast<uint8_t>(r.pending));
+    t.deliver(sink);
+}
+
+// Shortest termination. A decoder that runs past the segment reads 1 bits,
+// so the code value it sees is the bytes written followed by 1s. Choose the
+// largest k for which V = floor(U / 2^k) x 2^k - 1 is still at least C
+// (U = C + A): V ends in k 1 bits, and V followed by more 1s stays below U.
+// C becomes V; the bytes holding bits at or above k are pushed out, and
+// trailing bytes of nothing but 1 bits (0xFF, or 0x7F after a 0xFF) are left
+// to the reader.
+template <class Sink>
+inline void mqFlushShortest(MqEncoderRegisters& r, Sink& sink) {
+    TerminationBytes t;
+    const uint32_t top = r.c + r.a;
+    int k = 31;
+    while (k > 0 && ((top >> k) == 0 || ((top >> k) << k) - 1 < r.c)) --k;
+    r.c = ((top >> k) << k) - 1;
+    int shifted = 0;
+    do {  // the new pending byte holds bits 19..26 (20..26) of the shifted C
+        shifted += r.ct;
+        r.c <<= r.ct;
+        mqByteOut(r, t);
+    } while (27 - shifted > k);
+    while (t.count > 0 &&
+           (t.bytes[t.count - 1] == 0xFF ||
+            (t.count > 1 && t.bytes[t.count - 1] == 0x7F && t.bytes[t.count - 2] == 0xFF)))
+        --t.count;
+    t.deliver(sink);
+}
+
+// ---- Decoder ----------------------------------------------------------------
+
+// Registers of the decoder over one segment; bytes past its end read as 0xFF.
+struct MqDecoderRegisters {
+    uint32_t a;
+    uint32_t c;
+    int32_t ct;
+    int32_t position;
+    const uint8_t* data;
+    int32_t length;
+    int32_t markerReached;  // a 0xFF followed by a byte above 0x8F: 1 bits from now on
+};
+
+inline uint32_t segmentByte(const MqDecoderRegisters& r, int32_t i) {
+    return i < r.length ? r.data[i] : 0xFFu;
+}
+
+inline void mqByteIn(MqDecoderRegisters& r) {
+    if (segmentByte(r, r.position) == 0xFF) {
+        const uint32_t next = segmentByte(r, r.position + 1);
+        if (next > 0x8F) {
+            r.c += 0xFF00u;
+            r.ct = 8;
+            r.markerReached = 1;
+        } else {
+            ++r.position;
+            r.c += next << 9;
+            r.ct = 7;
+        }
+    } else {
+        ++r.position;
+        r.c += segmentByte(r, r.position) << 8;
+        r.ct = 8;
+    }
+}
+
+inline void mqDecoderStart(MqDecoderRegisters& r, const uint8_t* data, int32_t length) {
+    r.data = data;
+    r.length = length;
+    r.position = 0;
+    r.markerReached = 0;
+    r.c = segmentByte(r, 0) << 16;
+    mqByteIn(r);
+    r.c <<= 7;
+    r.ct -= 7;
+    r.a = 0x8000;
+}
+
+// The LPS interval is the lower one: a code value below Qe decodes the LPS
+// (or, after the conditional exchange, the MPS).
+inline int mqDecode(MqDecoderRegisters& r, uint8_t& context) {
+    const MqTransition t = kMqTransitions[context];
+    const int mps = context & 1;
+    int d;
+    r.a -= t.qe;
+    if ((r.c >> 16) < t.qe) {
+        if (r.a < t.qe) {
+            d = mps;
+            context = t.afterMps;
+        } else {
+            d = 1 - mps;
+            context = t.afterLps;
+        }
+        r.a = t.qe;
+    } else {
+        r.c -= t.qe << 16;
+        if (r.a & 0x8000u) return mps;
+        if (r.a < t.qe) {
+            d = 1 - mps;
+            context = t.afterLps;
+        } else {
+            d = mps;
+            context = t.afterMps;
+        }
+    }
+    // Renormalize: shift A back to at least 0x8000, reading a byte whenever
+    // CT runs out; while CT covers the whole shift it is done at once.
+    int shift = __builtin_clz(r.a) - 16;
+    if (shift <= r.ct) {
+        r.a <<= shift;
+        r.c <<= shift;
+        r.ct -= shift;
+        return d;
+    }
+    do {
+        if (r.ct == 0) mqByteIn(r);
+        r.a <<= 1;
+        r.c <<= 1;
+        --r.ct;
+    } while (!(r.a & 0x8000u));
+    return d;
+}
+
+// ---- Raw (bypassed) passes --------------------------------------------------
+
+// Packs bits most significant first; the byte after a 0xFF takes 7 bits (its
+// top bit stays 0). A completed 0xFF is held back until the next byte
+// completes, so that a segment ending on it can drop it.
+struct RawPacker {
+    uint32_t partial;
+    int32_t bitsFree;
+    int32_t heldFF;
+};
+static_assert(sizeof(RawPacker) == 12, "raw packer is three words");
+
+inline void rawPackerStart(RawPacker& p) { p = {0, 8, 0}; }
+
+inline int32_t rawPackerCapacity(const RawPacker& p) { return p.heldFF ? 7 : 8; }
+
+template <class Sink>
+inline void rawPut(RawPacker& p, int bit, Sink& sink) {
+    p.partial = (p.partial << 1) | static_cast<uint32_t>(bit);
+    if (--p.bitsFree > 0) return;
+    if (p.heldFF) sink.put(0xFF);
+    p.heldFF = p.partial == 0xFF;
+    if (!p.heldFF) sink.put(static_cast<uint8_t>(p.partial));
+    p.partial = 0;
+    p.bitsFree = rawPackerCapacity(p);
+}
+
+// Ends a raw segment: a partial byte is padded with alternating 0 and 1
+// bits; a held 0xFF with nothing after it is dropped.
+template <class Sink>
+inline void rawFlush(RawPacker& p, Sink& sink) {
+    if (p.bitsFree < rawPackerCapacity(p)) {
+        if (p.heldFF) sink.put(0xFF);
+        for (int pad = 0; p.bitsFree > 0; pad ^= 1, --p.bitsFree)
+            p.partial = (p.partial << 1) | pad;
+        sink.put(static_cast<uint8_t>(p.partial));
+    }
+    rawPackerStart(p);
+}
+
+struct RawReader {
+    const uint8_t* data;
+    int32_t length;
+    int32_t position;
+    uint32_t current;
+    int32_t bitsLeft;
+};
+
+inline void rawReaderStart(RawReader& r, const uint8_t* data, int32_t length) {
+    r = {data, length, 0, 0, 0};
+}
+
+inline int rawGet(RawReader& r) {
+    if (r.bitsLeft == 0) {
+        const bool afterFF = r.current == 0xFF;
+        r.current = r.position < r.length ? r.data[r.position] : 0xFFu;
+        if (r.position < r.length) ++r.position;
+        r.bitsLeft = afterFF ? 7 : 8;
+    }
+    return static_cast<int>((r.current >> --r.bitsLeft) & 1);
+}
+
+}  // namespace zeq::t1
+
+#endif  // ZEQ_JPEG2000_TIER1_MQ_CODER_H

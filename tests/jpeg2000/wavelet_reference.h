@@ -125,6 +125,53 @@ inline Tile levelInverse(const Tile& in, int px, int py,
     return t;
 }
 
+// ---- 9/7 ----------------------------------------------------------------
+
+// Lifting of the samples y at line positions [lo, lo + y.size()), first
+// position parity p. Each step rewrites the positions of one parity (0 low,
+// 1 high) with op(step, x, left, right); a position is valid while it and
+// the neighbours it read were; the result marks the valid positions.
+template <class V, class Op>
+std::vector<bool> liftWindow(std::vector<V>& y, int32_t lo, int p, const std::vector<int>& targets,
+                             const std::vector<bool>& reads, const Op& op) {
+    const int32_t n = static_cast<int32_t>(y.size());
+    std::vector<bool> ok(n, true);
+    for (size_t s = 0; s < targets.size(); ++s) {
+        std::vector<bool> next = ok;
+        std::vector<V> out = y;
+        for (int32_t i = 0; i < n; ++i) {
+            const int32_t pos = lo + i;
+            if ((((pos + p) & 1) ? 1 : 0) != targets[s]) continue;
+            if (!reads[s]) {
+                out[i] = op(static_cast<int>(s), pos, y[i], y[i], y[i]);
+                continue;
+            }
+            if (i == 0 || i == n - 1) {
+                next[i] = false;
+                continue;
+            }
+            next[i] = ok[i] && ok[i - 1] && ok[i + 1];
+            out[i] = op(static_cast<int>(s), pos, y[i], y[i - 1], y[i + 1]);
+        }
+        y = out;
+        ok = next;
+    }
+    return ok;
+}
+
+// 16.16 rounding: (v + 32768) >> 16; 2.14: (v + 8192) >> 14.
+inline int64_t round16(int64_t v) { return (v + 32768) >> 16; }
+inline int64_t round14(int64_t v) { return (v + 8192) >> 14; }
+inline int64_t sat16(int64_t v) { return v < -32768 ? -32768 : (v > 32767 ? 32767 : v); }
+
+// Constants as listed for the 9/7 members.
+constexpr int64_t kA16 = -103949, kB16 = -3472, kG16 = 57862, kD16 = 29066, kK16 = 80621,
+                  kInvK16 = 53274, kDK16 = 23627;
+constexpr int64_t kA14 = -25987, kB14 = -868, kG14 = 14466, kD14 = 7266, kK14 = 20155,
+                  kInvK14 = 13318;
+constexpr double kAf = -1.5861343, kBf = -0.052980117, kGf = 0.8829111, kDf = 0.44350687,
+                 kKf = 1.2301741, kInvKf = 0.8128931;
+
 }  // namespace zeq::test::wavelet
 
 #endif  // ZEQ_TESTS_JPEG2000_WAVELET_REFERENCE_H

@@ -199,6 +199,13 @@ LineAccess<T> lineAccess(const Plan& plan, uint8_t* buf) {
     return a;
 }
 
+// f(j) for the indices of r below `from` and from `to` on.
+template <class F>
+void forEachOutside(Range r, int32_t from, int32_t to, const F& f) {
+    for (int32_t j = r.lo; j < std::min(r.hi, from); ++j) f(j);
+    for (int32_t j = std::max(r.lo, std::max(from, to)); j < r.hi; ++j) f(j);
+}
+
 // x points at line position 0. Copies the samples of the two ranges out of
 // (split) or into (join) the interleaved line; pairs both bands share go
 // through the vector (de)interleave.
@@ -216,10 +223,8 @@ void splitLine(const uint8_t* x, int p, Range rLow, Range rHigh, const LineAcces
     }
     for (Band b : {Low, High}) {
         const Range r = b == Low ? rLow : rHigh;
-        for (int32_t j = r.lo; j < r.hi; ++j) {
-            if (j >= jA && j < jB) continue;
-            std::memcpy(a.at(b, j), x + pos(b, j) * sz, sz);
-        }
+        forEachOutside(r, jA, jB,
+                       [&](int32_t j) { std::memcpy(a.at(b, j), x + pos(b, j) * sz, sz); });
     }
 }
 
@@ -237,10 +242,8 @@ void joinLine(uint8_t* x, int p, Range rLow, Range rHigh, const LineAccess<T>& a
     }
     for (Band b : {Low, High}) {
         const Range r = b == Low ? rLow : rHigh;
-        for (int32_t j = r.lo; j < r.hi; ++j) {
-            if (j >= jA && j < jB) continue;
-            std::memcpy(x + pos(b, j) * sz, a.at(b, j), sz);
-        }
+        forEachOutside(r, jA, jB,
+                       [&](int32_t j) { std::memcpy(x + pos(b, j) * sz, a.at(b, j), sz); });
     }
 }
 
@@ -249,11 +252,10 @@ template <class T>
 void extendLine(const Plan& plan, int32_t n, const LineAccess<T>& a) {
     for (Band b : {Low, High}) {
         const int q = b == Low ? plan.p : 1 - plan.p;
-        for (int32_t j = plan.raw[b].lo; j < plan.raw[b].hi; ++j) {
-            if (j >= 0 && j < plan.length[b]) continue;
+        forEachOutside(plan.raw[b], 0, plan.length[b], [&](int32_t j) {
             const int32_t m = mirror(2 * j + q, n);
             std::memcpy(a.at(b, j), a.at(b, (m - q) / 2), sizeof(T));
-        }
+        });
     }
 }
 

@@ -175,8 +175,7 @@ ZEQJ_API ZeqStatus zeqiICTInv_JPEG2K_32f_P3C3R(const float* const src[3], int32_
 
 /* ---- JPEG 2000 reversible 5/3 wavelet ------------------------------- */
 
-/* Forward 5/3 along rows; the caller extends each source row; phase = parity of the first sample.
- */
+/* Forward 5/3 along rows; the caller extends each row; phase: parity of the first sample. */
 ZEQJ_API ZeqStatus zeqiWTFwdRow_B53_JPEG2K_16s_C1R(const int16_t* src, int32_t srcStep,
                                                    int16_t* dstLow, int32_t dstLowStep,
                                                    int16_t* dstHigh, int32_t dstHighStep,
@@ -186,8 +185,7 @@ ZEQJ_API ZeqStatus zeqiWTFwdCol_B53_JPEG2K_16s_C1R(const int16_t* src, int32_t s
                                                    int16_t* dstLow, int32_t dstLowStep,
                                                    int16_t* dstHigh, int32_t dstHighStep,
                                                    ZeqiSize dstRoiSize, int32_t phase);
-/* One forward 5/3 step down the columns: rows x(2n), x(2n+1), x(2n+2) and d(n-1) give s(n), d(n).
- */
+/* One forward 5/3 column step: rows x(2n), x(2n+1), x(2n+2) and d(n-1) give s(n), d(n). */
 ZEQJ_API ZeqStatus zeqiWTFwdColLift_B53_JPEG2K_16s_C1(const int16_t* srcEven0,
                                                       const int16_t* srcOdd,
                                                       const int16_t* srcEven1, int16_t* dstLow,
@@ -228,8 +226,7 @@ ZEQJ_API ZeqStatus zeqiWTInv_B53_JPEG2K_16s_C1R(const int16_t* const src[4],
 ZEQJ_API ZeqStatus zeqiWTGetBufSize_B53_JPEG2K_16s_C1IR(const ZeqiRect* tileRect, int32_t* size);
 /* Scratch bytes of zeqiWTFwd/Inv_B53_JPEG2K_16s_C1R for this tile. */
 ZEQJ_API ZeqStatus zeqiWTGetBufSize_B53_JPEG2K_16s_C1R(const ZeqiRect* tileRect, int32_t* size);
-/* Forward 5/3 along rows; the caller extends each source row; phase = parity of the first sample.
- */
+/* Forward 5/3 along rows; the caller extends each row; phase: parity of the first sample. */
 ZEQJ_API ZeqStatus zeqiWTFwdRow_B53_JPEG2K_32s_C1R(const int32_t* src, int32_t srcStep,
                                                    int32_t* dstLow, int32_t dstLowStep,
                                                    int32_t* dstHigh, int32_t dstHighStep,
@@ -239,8 +236,7 @@ ZEQJ_API ZeqStatus zeqiWTFwdCol_B53_JPEG2K_32s_C1R(const int32_t* src, int32_t s
                                                    int32_t* dstLow, int32_t dstLowStep,
                                                    int32_t* dstHigh, int32_t dstHighStep,
                                                    ZeqiSize dstRoiSize, int32_t phase);
-/* One forward 5/3 step down the columns: rows x(2n), x(2n+1), x(2n+2) and d(n-1) give s(n), d(n).
- */
+/* One forward 5/3 column step: rows x(2n), x(2n+1), x(2n+2) and d(n-1) give s(n), d(n). */
 ZEQJ_API ZeqStatus zeqiWTFwdColLift_B53_JPEG2K_32s_C1(const int32_t* srcEven0,
                                                       const int32_t* srcOdd,
                                                       const int32_t* srcEven1, int32_t* dstLow,
@@ -283,8 +279,7 @@ ZEQJ_API ZeqStatus zeqiWTGetBufSize_B53_JPEG2K_32s_C1IR(const ZeqiRect* tileRect
 ZEQJ_API ZeqStatus zeqiWTGetBufSize_B53_JPEG2K_32s_C1R(const ZeqiRect* tileRect, int32_t* size);
 /* ---- JPEG 2000 irreversible 9/7 wavelet ----------------------------- */
 
-/* Forward 9/7 along rows (16.16 fixed point, clamped to 16 bits); width 1 uses the direct filters.
- */
+/* Forward 9/7 along rows (16.16 fixed point, 16-bit clamping); width 1: direct filters. */
 ZEQJ_API ZeqStatus zeqiWTFwdRow_D97_JPEG2K_16s_C1R(const int16_t* src, int32_t srcStep,
                                                    int16_t* dstLow, int32_t dstLowStep,
                                                    int16_t* dstHigh, int32_t dstHighStep,

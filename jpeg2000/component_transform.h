@@ -33,9 +33,11 @@ void planesToPixelsRowScalar(const uint8_t* const src[3], uint8_t* dst, int32_t 
 // Every (op, type, layout) the exported functions use.
 #define ZEQ_CT_FOR_EACH_PLANAR(X)                                                      \
     X(Op::RctForward, int16_t)                                                         \
-    X(Op::RctForward, int32_t) X(Op::RctInverse, int16_t) X(Op::RctInverse, int32_t)   \
-        X(Op::IctForward, int16_t) X(Op::IctForward, int32_t) X(Op::IctForward, float) \
-            X(Op::IctInverse, int16_t) X(Op::IctInverse, int32_t) X(Op::IctInverse, float)
+    X(Op::RctForward, int32_t)                                                         \
+    X(Op::RctInverse, int16_t)                                                         \
+    X(Op::RctInverse, int32_t) X(Op::IctForward, int16_t) X(Op::IctForward, int32_t)   \
+        X(Op::IctForward, float) X(Op::IctInverse, int16_t) X(Op::IctInverse, int32_t) \
+            X(Op::IctInverse, float)
 #define ZEQ_CT_FOR_EACH_TO_PLANES(X) \
     X(Op::RctForward, int16_t) X(Op::RctForward, int32_t) X(Op::IctForward, float)
 #define ZEQ_CT_FOR_EACH_TO_PIXELS(X) \

@@ -26,6 +26,7 @@
 #include <type_traits>
 
 #include "core/rows.h"
+#include "jpeg2000/wavelet_level.h"
 #include "jpeg2000/wavelet_steps.h"
 #include "zeqj.h"
 
@@ -647,6 +648,27 @@ void levelInverseCopy(const uint8_t* const src[4], const int32_t srcStep[4], uin
                   blocks[i].width * sz, blocks[i].height);
     levelInverse<L>(buffer, pitch, rect, rowAt(buffer, pitch, rect.height));
     copyBlock(buffer, pitch, dst, dstStep, rect.width * sz, rect.height);
+}
+
+template <class L>
+void LevelKernels<L>::forward(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer) {
+    levelForward<L>(image, step, rect, buffer);
+}
+template <class L>
+void LevelKernels<L>::inverse(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer) {
+    levelInverse<L>(image, step, rect, buffer);
+}
+template <class L>
+void LevelKernels<L>::forwardCopy(const uint8_t* src, int32_t srcStep, const ZeqiRect& rect,
+                                  uint8_t* const dst[4], const int32_t dstStep[4],
+                                  uint8_t* buffer) {
+    levelForwardCopy<L>(src, srcStep, rect, dst, dstStep, buffer);
+}
+template <class L>
+void LevelKernels<L>::inverseCopy(const uint8_t* const src[4], const int32_t srcStep[4],
+                                  uint8_t* dst, int32_t dstStep, const ZeqiRect& rect,
+                                  uint8_t* buffer) {
+    levelInverseCopy<L>(src, srcStep, dst, dstStep, rect, buffer);
 }
 
 }  // namespace zeq::wt

@@ -20,6 +20,9 @@ struct StoreOf<int32_t> {
     using type = Wrap32;
 };
 
+}  // namespace
+
+// A 5/3 whole level: lines shorter than three samples take the short-line rules.
 template <class Elem>
 struct Level53 {
     using T = Elem;
@@ -40,8 +43,6 @@ struct Level53 {
         o = St::store(static_cast<int64_t>(h) + e);
     }
 };
-
-}  // namespace
 
 template <class T>
 void forwardRows53(const uint8_t* src, int32_t srcStep, uint8_t* low, int32_t lowStep,
@@ -83,25 +84,6 @@ void inverseColumnLift53(const uint8_t* low1, const uint8_t* high0, const uint8_
     liftRun<Unpredict53<St>>(odd, high0, even0, even1, width);
 }
 
-template <class T>
-void forwardLevel53(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer) {
-    levelForward<Level53<T>>(image, step, rect, buffer);
-}
-template <class T>
-void inverseLevel53(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer) {
-    levelInverse<Level53<T>>(image, step, rect, buffer);
-}
-template <class T>
-void forwardLevelCopy53(const uint8_t* src, int32_t srcStep, const ZeqiRect& rect,
-                        uint8_t* const dst[4], const int32_t dstStep[4], uint8_t* buffer) {
-    levelForwardCopy<Level53<T>>(src, srcStep, rect, dst, dstStep, buffer);
-}
-template <class T>
-void inverseLevelCopy53(const uint8_t* const src[4], const int32_t srcStep[4], uint8_t* dst,
-                        int32_t dstStep, const ZeqiRect& rect, uint8_t* buffer) {
-    levelInverseCopy<Level53<T>>(src, srcStep, dst, dstStep, rect, buffer);
-}
-
 // Two extension samples at each end of a line.
 int32_t levelBufferSize53(const ZeqiRect& rect, int32_t sampleBytes, bool copies) {
     return levelBufferSize(rect, sampleBytes, Level53<int16_t>::kMinLifted, 4, copies);
@@ -119,14 +101,10 @@ int32_t levelBufferSize53(const ZeqiRect& rect, int32_t sampleBytes, bool copies
     template void forwardColumnLift53<T>(const uint8_t*, const uint8_t*, const uint8_t*, uint8_t*, \
                                          const uint8_t*, uint8_t*, int32_t);                       \
     template void inverseColumnLift53<T>(const uint8_t*, const uint8_t*, const uint8_t*,           \
-                                         const uint8_t*, uint8_t*, uint8_t*, int32_t);             \
-    template void forwardLevel53<T>(uint8_t*, int32_t, const ZeqiRect&, uint8_t*);                 \
-    template void inverseLevel53<T>(uint8_t*, int32_t, const ZeqiRect&, uint8_t*);                 \
-    template void forwardLevelCopy53<T>(const uint8_t*, int32_t, const ZeqiRect&,                  \
-                                        uint8_t* const[4], const int32_t[4], uint8_t*);            \
-    template void inverseLevelCopy53<T>(const uint8_t* const[4], const int32_t[4], uint8_t*,       \
-                                        int32_t, const ZeqiRect&, uint8_t*);
+                                         const uint8_t*, uint8_t*, uint8_t*, int32_t);
 ZEQ_WT_INSTANTIATE_53(int16_t)
 ZEQ_WT_INSTANTIATE_53(int32_t)
+template struct LevelKernels<Level53<int16_t>>;
+template struct LevelKernels<Level53<int32_t>>;
 
 }  // namespace zeq::wt

@@ -37,18 +37,9 @@ template <class T>
 void inverseColumnLift53(const uint8_t* low1, const uint8_t* high0, const uint8_t* high1,
                          const uint8_t* even0, uint8_t* odd, uint8_t* even1, int32_t width);
 
-// Whole level in place (subbands low first in each direction) and through a
-// copy in the scratch buffer.
+// Whole levels: LevelKernels<Level53<T>> (wavelet_level.h).
 template <class T>
-void forwardLevel53(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer);
-template <class T>
-void inverseLevel53(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer);
-template <class T>
-void forwardLevelCopy53(const uint8_t* src, int32_t srcStep, const ZeqiRect& rect,
-                        uint8_t* const dst[4], const int32_t dstStep[4], uint8_t* buffer);
-template <class T>
-void inverseLevelCopy53(const uint8_t* const src[4], const int32_t srcStep[4], uint8_t* dst,
-                        int32_t dstStep, const ZeqiRect& rect, uint8_t* buffer);
+struct Level53;
 
 // Scratch bytes of the whole-level members.
 int32_t levelBufferSize53(const ZeqiRect& rect, int32_t sampleBytes, bool copies);

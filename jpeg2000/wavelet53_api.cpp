@@ -7,31 +7,11 @@
 using namespace zeq;
 using namespace zeq::wt;
 
-#define ZEQ_B53_EXPORTS(t, T, sampleBytes)                                                        \
-    extern "C" ZeqStatus zeqiWTFwdRow_B53_JPEG2K_##t##_C1R(                                       \
-        const T* src, int32_t srcStep, T* dstLow, int32_t dstLowStep, T* dstHigh,                 \
-        int32_t dstHighStep, ZeqiSize dstRoiSize, int32_t phase) {                                \
-        return forwardLines(forwardRows53<T>, src, srcStep, dstLow, dstLowStep, dstHigh,          \
-                            dstHighStep, dstRoiSize, phase);                                      \
-    }                                                                                             \
-    extern "C" ZeqStatus zeqiWTFwdCol_B53_JPEG2K_##t##_C1R(                                       \
-        const T* src, int32_t srcStep, T* dstLow, int32_t dstLowStep, T* dstHigh,                 \
-        int32_t dstHighStep, ZeqiSize dstRoiSize, int32_t phase) {                                \
-        return forwardLines(forwardColumns53<T>, src, srcStep, dstLow, dstLowStep, dstHigh,       \
-                            dstHighStep, dstRoiSize, phase);                                      \
-    }                                                                                             \
-    extern "C" ZeqStatus zeqiWTInvRow_B53_JPEG2K_##t##_C1R(                                       \
-        const T* srcLow, int32_t srcLowStep, const T* srcHigh, int32_t srcHighStep,               \
-        ZeqiSize srcRoiSize, T* dst, int32_t dstStep, int32_t phase) {                            \
-        return inverseLines(inverseRows53<T>, srcLow, srcLowStep, srcHigh, srcHighStep,           \
-                            srcRoiSize, dst, dstStep, phase);                                     \
-    }                                                                                             \
-    extern "C" ZeqStatus zeqiWTInvCol_B53_JPEG2K_##t##_C1R(                                       \
-        const T* srcLow, int32_t srcLowStep, const T* srcHigh, int32_t srcHighStep,               \
-        ZeqiSize srcRoiSize, T* dst, int32_t dstStep, int32_t phase) {                            \
-        return inverseLines(inverseColumns53<T>, srcLow, srcLowStep, srcHigh, srcHighStep,        \
-                            srcRoiSize, dst, dstStep, phase);                                     \
-    }                                                                                             \
+#define ZEQ_B53_EXPORTS(t, T)                                                                     \
+    ZEQ_WT_FORWARD_LINES_EXPORT(zeqiWTFwdRow_B53_JPEG2K_##t##_C1R, T, forwardRows53<T>)           \
+    ZEQ_WT_FORWARD_LINES_EXPORT(zeqiWTFwdCol_B53_JPEG2K_##t##_C1R, T, forwardColumns53<T>)        \
+    ZEQ_WT_INVERSE_LINES_EXPORT(zeqiWTInvRow_B53_JPEG2K_##t##_C1R, T, inverseRows53<T>)           \
+    ZEQ_WT_INVERSE_LINES_EXPORT(zeqiWTInvCol_B53_JPEG2K_##t##_C1R, T, inverseColumns53<T>)        \
     extern "C" ZeqStatus zeqiWTFwdColLift_B53_JPEG2K_##t##_C1(                                    \
         const T* srcEven0, const T* srcOdd, const T* srcEven1, T* dstLow, const T* srcHighPrev,   \
         T* dstHigh, int32_t width) {                                                              \
@@ -55,35 +35,9 @@ using namespace zeq::wt;
         inverseColumnLift53<T>(bytes(srcLow1), bytes(srcHigh0), bytes(srcHigh1), bytes(srcEven0), \
                                bytes(dstOdd), bytes(dstEven1), width);                            \
         return StatusOk;                                                                          \
-    }                                                                                             \
-    extern "C" ZeqStatus zeqiWTFwd_B53_JPEG2K_##t##_C1IR(                                         \
-        T* srcDst, int32_t srcDstStep, const ZeqiRect* tileRect, uint8_t* buffer) {               \
-        return levelInPlace(forwardLevel53<T>, srcDst, srcDstStep, tileRect, buffer);             \
-    }                                                                                             \
-    extern "C" ZeqStatus zeqiWTInv_B53_JPEG2K_##t##_C1IR(                                         \
-        T* srcDst, int32_t srcDstStep, const ZeqiRect* tileRect, uint8_t* buffer) {               \
-        return levelInPlace(inverseLevel53<T>, srcDst, srcDstStep, tileRect, buffer);             \
-    }                                                                                             \
-    extern "C" ZeqStatus zeqiWTFwd_B53_JPEG2K_##t##_C1R(                                          \
-        const T* src, int32_t srcStep, const ZeqiRect* tileRect, T* const dst[4],                 \
-        const int32_t dstStep[4], uint8_t* buffer) {                                              \
-        return levelForwardCopying(forwardLevelCopy53<T>, src, srcStep, tileRect, dst, dstStep,   \
-                                   buffer);                                                       \
-    }                                                                                             \
-    extern "C" ZeqStatus zeqiWTInv_B53_JPEG2K_##t##_C1R(                                          \
-        const T* const src[4], const int32_t srcStep[4], T* dst, int32_t dstStep,                 \
-        const ZeqiRect* tileRect, uint8_t* buffer) {                                              \
-        return levelInverseCopying(inverseLevelCopy53<T>, src, srcStep, dst, dstStep, tileRect,   \
-                                   buffer);                                                       \
-    }                                                                                             \
-    extern "C" ZeqStatus zeqiWTGetBufSize_B53_JPEG2K_##t##_C1IR(const ZeqiRect* tileRect,         \
-                                                                int32_t* size) {                  \
-        return bufferSize(levelBufferSize53, tileRect, size, sampleBytes, false);                 \
-    }                                                                                             \
-    extern "C" ZeqStatus zeqiWTGetBufSize_B53_JPEG2K_##t##_C1R(const ZeqiRect* tileRect,          \
-                                                               int32_t* size) {                   \
-        return bufferSize(levelBufferSize53, tileRect, size, sampleBytes, true);                  \
     }
 
-ZEQ_B53_EXPORTS(16s, int16_t, 2)
-ZEQ_B53_EXPORTS(32s, int32_t, 4)
+ZEQ_B53_EXPORTS(16s, int16_t)
+ZEQ_B53_EXPORTS(32s, int32_t)
+ZEQ_WT_LEVEL_EXPORTS(B53, 16s, int16_t, Level53<int16_t>, levelBufferSize53)
+ZEQ_WT_LEVEL_EXPORTS(B53, 32s, int32_t, Level53<int32_t>, levelBufferSize53)

@@ -92,6 +92,8 @@ void inverseSingle(const uint8_t* low, const uint8_t* high, uint8_t* x, int p) {
     }
 }
 
+}  // namespace
+
 // Whole levels: 16s in 2.14 fixed point, 32s lifted in single precision.
 template <class Elem>
 struct Level97;
@@ -115,8 +117,6 @@ struct Level97<int32_t> {
     static float doubled(float v) { return v * 2.0f; }
     static float halved(float v) { return v * 0.5f; }
 };
-
-}  // namespace
 
 template <class T>
 void forwardRows97(const uint8_t* src, int32_t srcStep, uint8_t* low, int32_t lowStep,
@@ -227,25 +227,6 @@ void inverseColumnLift97(const uint8_t* low1, const uint8_t* high1, const uint8_
     liftRun<typename P::Unalpha>(highPrev, highPrev, evenOld, lowPrev, width);  // x(2n-1)
 }
 
-template <class T>
-void forwardLevel97(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer) {
-    levelForward<Level97<T>>(image, step, rect, buffer);
-}
-template <class T>
-void inverseLevel97(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer) {
-    levelInverse<Level97<T>>(image, step, rect, buffer);
-}
-template <class T>
-void forwardLevelCopy97(const uint8_t* src, int32_t srcStep, const ZeqiRect& rect,
-                        uint8_t* const dst[4], const int32_t dstStep[4], uint8_t* buffer) {
-    levelForwardCopy<Level97<T>>(src, srcStep, rect, dst, dstStep, buffer);
-}
-template <class T>
-void inverseLevelCopy97(const uint8_t* const src[4], const int32_t srcStep[4], uint8_t* dst,
-                        int32_t dstStep, const ZeqiRect& rect, uint8_t* buffer) {
-    levelInverseCopy<Level97<T>>(src, srcStep, dst, dstStep, rect, buffer);
-}
-
 // Four extension samples at each end of a line.
 int32_t levelBufferSize97(const ZeqiRect& rect, int32_t sampleBytes, bool copies) {
     return levelBufferSize(rect, sampleBytes, Level97<int16_t>::kMinLifted, 8, copies);
@@ -264,14 +245,7 @@ ZEQ_WT_INSTANTIATE_97_LINES(int16_t)
 ZEQ_WT_INSTANTIATE_97_LINES(int32_t)
 ZEQ_WT_INSTANTIATE_97_LINES(float)
 
-#define ZEQ_WT_INSTANTIATE_97_LEVEL(T)                                                       \
-    template void forwardLevel97<T>(uint8_t*, int32_t, const ZeqiRect&, uint8_t*);           \
-    template void inverseLevel97<T>(uint8_t*, int32_t, const ZeqiRect&, uint8_t*);           \
-    template void forwardLevelCopy97<T>(const uint8_t*, int32_t, const ZeqiRect&,            \
-                                        uint8_t* const[4], const int32_t[4], uint8_t*);      \
-    template void inverseLevelCopy97<T>(const uint8_t* const[4], const int32_t[4], uint8_t*, \
-                                        int32_t, const ZeqiRect&, uint8_t*);
-ZEQ_WT_INSTANTIATE_97_LEVEL(int16_t)
-ZEQ_WT_INSTANTIATE_97_LEVEL(int32_t)
+template struct LevelKernels<Level97<int16_t>>;
+template struct LevelKernels<Level97<int32_t>>;
 
 }  // namespace zeq::wt

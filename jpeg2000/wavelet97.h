@@ -42,17 +42,9 @@ void inverseColumnLift97(const uint8_t* low1, const uint8_t* high1, const uint8_
                          uint8_t* lowPrev, uint8_t* lowNew, const uint8_t* evenOld,
                          uint8_t* highPrev, uint8_t* highNew, int32_t width);
 
-// Whole level, T = int16_t or int32_t.
+// Whole levels, T = int16_t or int32_t: LevelKernels<Level97<T>> (wavelet_level.h).
 template <class T>
-void forwardLevel97(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer);
-template <class T>
-void inverseLevel97(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer);
-template <class T>
-void forwardLevelCopy97(const uint8_t* src, int32_t srcStep, const ZeqiRect& rect,
-                        uint8_t* const dst[4], const int32_t dstStep[4], uint8_t* buffer);
-template <class T>
-void inverseLevelCopy97(const uint8_t* const src[4], const int32_t srcStep[4], uint8_t* dst,
-                        int32_t dstStep, const ZeqiRect& rect, uint8_t* buffer);
+struct Level97;
 
 int32_t levelBufferSize97(const ZeqiRect& rect, int32_t sampleBytes, bool copies);
 

@@ -7,18 +7,8 @@ using namespace zeq;
 using namespace zeq::wt;
 
 #define ZEQ_D97_LINE_EXPORTS(t, T)                                                                \
-    extern "C" ZeqStatus zeqiWTFwdRow_D97_JPEG2K_##t##_C1R(                                       \
-        const T* src, int32_t srcStep, T* dstLow, int32_t dstLowStep, T* dstHigh,                 \
-        int32_t dstHighStep, ZeqiSize dstRoiSize, int32_t phase) {                                \
-        return forwardLines(forwardRows97<T>, src, srcStep, dstLow, dstLowStep, dstHigh,          \
-                            dstHighStep, dstRoiSize, phase);                                      \
-    }                                                                                             \
-    extern "C" ZeqStatus zeqiWTInvRow_D97_JPEG2K_##t##_C1R(                                       \
-        const T* srcLow, int32_t srcLowStep, const T* srcHigh, int32_t srcHighStep,               \
-        ZeqiSize srcRoiSize, T* dst, int32_t dstStep, int32_t phase) {                            \
-        return inverseLines(inverseRows97<T>, srcLow, srcLowStep, srcHigh, srcHighStep,           \
-                            srcRoiSize, dst, dstStep, phase);                                     \
-    }                                                                                             \
+    ZEQ_WT_FORWARD_LINES_EXPORT(zeqiWTFwdRow_D97_JPEG2K_##t##_C1R, T, forwardRows97<T>)           \
+    ZEQ_WT_INVERSE_LINES_EXPORT(zeqiWTInvRow_D97_JPEG2K_##t##_C1R, T, inverseRows97<T>)           \
     extern "C" ZeqStatus zeqiWTFwdColLift_D97_JPEG2K_##t##_C1(                                    \
         const T* srcEven1, const T* srcOdd, const T* srcEven0, T* lowPrev, T* dstLow, T* highOld, \
         T* highPrev, T* dstHigh, int32_t width) {                                                 \
@@ -52,51 +42,7 @@ ZEQ_D97_LINE_EXPORTS(16s, int16_t)
 ZEQ_D97_LINE_EXPORTS(32s, int32_t)
 ZEQ_D97_LINE_EXPORTS(32f, float)
 
-extern "C" ZeqStatus zeqiWTFwdCol_D97_JPEG2K_32f_C1R(const float* src, int32_t srcStep,
-                                                     float* dstLow, int32_t dstLowStep,
-                                                     float* dstHigh, int32_t dstHighStep,
-                                                     ZeqiSize dstRoiSize, int32_t phase) {
-    return forwardLines(forwardColumns97, src, srcStep, dstLow, dstLowStep, dstHigh, dstHighStep,
-                        dstRoiSize, phase);
-}
-
-extern "C" ZeqStatus zeqiWTInvCol_D97_JPEG2K_32f_C1R(const float* srcLow, int32_t srcLowStep,
-                                                     const float* srcHigh, int32_t srcHighStep,
-                                                     ZeqiSize srcRoiSize, float* dst,
-                                                     int32_t dstStep, int32_t phase) {
-    return inverseLines(inverseColumns97, srcLow, srcLowStep, srcHigh, srcHighStep, srcRoiSize, dst,
-                        dstStep, phase);
-}
-
-#define ZEQ_D97_LEVEL_EXPORTS(t, T, sampleBytes)                                                \
-    extern "C" ZeqStatus zeqiWTFwd_D97_JPEG2K_##t##_C1IR(                                       \
-        T* srcDst, int32_t srcDstStep, const ZeqiRect* tileRect, uint8_t* buffer) {             \
-        return levelInPlace(forwardLevel97<T>, srcDst, srcDstStep, tileRect, buffer);           \
-    }                                                                                           \
-    extern "C" ZeqStatus zeqiWTInv_D97_JPEG2K_##t##_C1IR(                                       \
-        T* srcDst, int32_t srcDstStep, const ZeqiRect* tileRect, uint8_t* buffer) {             \
-        return levelInPlace(inverseLevel97<T>, srcDst, srcDstStep, tileRect, buffer);           \
-    }                                                                                           \
-    extern "C" ZeqStatus zeqiWTFwd_D97_JPEG2K_##t##_C1R(                                        \
-        const T* src, int32_t srcStep, const ZeqiRect* tileRect, T* const dst[4],               \
-        const int32_t dstStep[4], uint8_t* buffer) {                                            \
-        return levelForwardCopying(forwardLevelCopy97<T>, src, srcStep, tileRect, dst, dstStep, \
-                                   buffer);                                                     \
-    }                                                                                           \
-    extern "C" ZeqStatus zeqiWTInv_D97_JPEG2K_##t##_C1R(                                        \
-        const T* const src[4], const int32_t srcStep[4], T* dst, int32_t dstStep,               \
-        const ZeqiRect* tileRect, uint8_t* buffer) {                                            \
-        return levelInverseCopying(inverseLevelCopy97<T>, src, srcStep, dst, dstStep, tileRect, \
-                                   buffer);                                                     \
-    }                                                                                           \
-    extern "C" ZeqStatus zeqiWTGetBufSize_D97_JPEG2K_##t##_C1IR(const ZeqiRect* tileRect,       \
-                                                                int32_t* size) {                \
-        return bufferSize(levelBufferSize97, tileRect, size, sampleBytes, false);               \
-    }                                                                                           \
-    extern "C" ZeqStatus zeqiWTGetBufSize_D97_JPEG2K_##t##_C1R(const ZeqiRect* tileRect,        \
-                                                               int32_t* size) {                 \
-        return bufferSize(levelBufferSize97, tileRect, size, sampleBytes, true);                \
-    }
-
-ZEQ_D97_LEVEL_EXPORTS(16s, int16_t, 2)
-ZEQ_D97_LEVEL_EXPORTS(32s, int32_t, 4)
+ZEQ_WT_FORWARD_LINES_EXPORT(zeqiWTFwdCol_D97_JPEG2K_32f_C1R, float, forwardColumns97)
+ZEQ_WT_INVERSE_LINES_EXPORT(zeqiWTInvCol_D97_JPEG2K_32f_C1R, float, inverseColumns97)
+ZEQ_WT_LEVEL_EXPORTS(D97, 16s, int16_t, Level97<int16_t>, levelBufferSize97)
+ZEQ_WT_LEVEL_EXPORTS(D97, 32s, int32_t, Level97<int32_t>, levelBufferSize97)

@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "core/arg_checks.h"
+#include "jpeg2000/wavelet_level.h"
 #include "zeqj.h"
 
 namespace zeq::wt {
@@ -122,5 +123,56 @@ inline ZeqStatus bufferSize(int32_t (*formula)(const ZeqiRect&, int32_t, bool),
 }
 
 }  // namespace zeq::wt
+
+// A Row or Col export: forward (source to two bands) and inverse (two bands
+// to samples), each one call of its member kernel.
+#define ZEQ_WT_FORWARD_LINES_EXPORT(name, T, kernel)                                        \
+    extern "C" ZeqStatus name(const T* src, int32_t srcStep, T* dstLow, int32_t dstLowStep, \
+                              T* dstHigh, int32_t dstHighStep, ZeqiSize dstRoiSize,         \
+                              int32_t phase) {                                              \
+        return zeq::wt::forwardLines(kernel, src, srcStep, dstLow, dstLowStep, dstHigh,     \
+                                     dstHighStep, dstRoiSize, phase);                       \
+    }
+#define ZEQ_WT_INVERSE_LINES_EXPORT(name, T, kernel)                                               \
+    extern "C" ZeqStatus name(const T* srcLow, int32_t srcLowStep, const T* srcHigh,               \
+                              int32_t srcHighStep, ZeqiSize srcRoiSize, T* dst, int32_t dstStep,   \
+                              int32_t phase) {                                                     \
+        return zeq::wt::inverseLines(kernel, srcLow, srcLowStep, srcHigh, srcHighStep, srcRoiSize, \
+                                     dst, dstStep, phase);                                         \
+    }
+
+// The six whole-level exports of a family member (Level: its Level type;
+// sizeFormula: its buffer-size function).
+#define ZEQ_WT_LEVEL_EXPORTS(fam, t, T, Level, sizeFormula)                                     \
+    extern "C" ZeqStatus zeqiWTFwd_##fam##_JPEG2K_##t##_C1IR(                                   \
+        T* srcDst, int32_t srcDstStep, const ZeqiRect* tileRect, uint8_t* buffer) {             \
+        return zeq::wt::levelInPlace(zeq::wt::LevelKernels<Level>::forward, srcDst, srcDstStep, \
+                                     tileRect, buffer);                                         \
+    }                                                                                           \
+    extern "C" ZeqStatus zeqiWTInv_##fam##_JPEG2K_##t##_C1IR(                                   \
+        T* srcDst, int32_t srcDstStep, const ZeqiRect* tileRect, uint8_t* buffer) {             \
+        return zeq::wt::levelInPlace(zeq::wt::LevelKernels<Level>::inverse, srcDst, srcDstStep, \
+                                     tileRect, buffer);                                         \
+    }                                                                                           \
+    extern "C" ZeqStatus zeqiWTFwd_##fam##_JPEG2K_##t##_C1R(                                    \
+        const T* src, int32_t srcStep, const ZeqiRect* tileRect, T* const dst[4],               \
+        const int32_t dstStep[4], uint8_t* buffer) {                                            \
+        return zeq::wt::levelForwardCopying(zeq::wt::LevelKernels<Level>::forwardCopy, src,     \
+                                            srcStep, tileRect, dst, dstStep, buffer);           \
+    }                                                                                           \
+    extern "C" ZeqStatus zeqiWTInv_##fam##_JPEG2K_##t##_C1R(                                    \
+        const T* const src[4], const int32_t srcStep[4], T* dst, int32_t dstStep,               \
+        const ZeqiRect* tileRect, uint8_t* buffer) {                                            \
+        return zeq::wt::levelInverseCopying(zeq::wt::LevelKernels<Level>::inverseCopy, src,     \
+                                            srcStep, dst, dstStep, tileRect, buffer);           \
+    }                                                                                           \
+    extern "C" ZeqStatus zeqiWTGetBufSize_##fam##_JPEG2K_##t##_C1IR(const ZeqiRect* tileRect,   \
+                                                                    int32_t* size) {            \
+        return zeq::wt::bufferSize(sizeFormula, tileRect, size, sizeof(T), false);              \
+    }                                                                                           \
+    extern "C" ZeqStatus zeqiWTGetBufSize_##fam##_JPEG2K_##t##_C1R(const ZeqiRect* tileRect,    \
+                                                                   int32_t* size) {             \
+        return zeq::wt::bufferSize(sizeFormula, tileRect, size, sizeof(T), true);               \
+    }
 
 #endif  // ZEQ_JPEG2000_WAVELET_API_H

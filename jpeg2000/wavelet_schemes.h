@@ -140,29 +140,32 @@ struct Scheme97Fix14 {
 
 // Every step type with a vector kernel; both runners are instantiated for
 // each (wavelet_steps.cpp, wavelet_steps_sse2.cpp).
-#define ZEQ_WT_FIX16_STEPS(X, St)                                                      \
-    X(Fix16Lift<St, Alpha>)                                                            \
-    X(Fix16Lift<St, Beta>)                                                             \
-    X(Fix16Lift<St, Gamma>)                                                            \
-    X(Fix16Lift<St, Delta>)                                                            \
-    X(Fix16Unlift<St, Alpha>) X(Fix16Unlift<St, Beta>) X(Fix16Unlift<St, Gamma>)       \
-        X(Fix16Unlift<St, Delta>) X(Fix16Scale<St, GainK>) X(Fix16Scale<St, InvGainK>) \
-            X(Fix16FusedLow<St>) X(Fix16FusedUnlow<St>) X(Fix16FusedUnhigh<St>)
+#define ZEQ_WT_FIX16_STEPS(X, St)                                                \
+    X(Fix16Lift<St, Alpha>)                                                      \
+    X(Fix16Lift<St, Beta>)                                                       \
+    X(Fix16Lift<St, Gamma>)                                                      \
+    X(Fix16Lift<St, Delta>)                                                      \
+    X(Fix16Unlift<St, Alpha>)                                                    \
+    X(Fix16Unlift<St, Beta>)                                                     \
+    X(Fix16Unlift<St, Gamma>) X(Fix16Unlift<St, Delta>) X(Fix16Scale<St, GainK>) \
+        X(Fix16Scale<St, InvGainK>) X(Fix16FusedLow<St>) X(Fix16FusedUnlow<St>)  \
+            X(Fix16FusedUnhigh<St>)
 
-#define ZEQ_WT_FOR_EACH_STEP(X)                                                                \
-    X(Predict53<Wrap16>)                                                                       \
-    X(Update53<Wrap16>)                                                                        \
-    X(Unpredict53<Wrap16>)                                                                     \
-    X(Unupdate53<Wrap16>)                                                                      \
-    X(Predict53<Wrap32>) X(Update53<Wrap32>) X(Unpredict53<Wrap32>) X(Unupdate53<Wrap32>)      \
-        ZEQ_WT_FIX16_STEPS(X, Sat16) ZEQ_WT_FIX16_STEPS(X, Wrap32) X(Fix14Lift<Alpha>)         \
-            X(Fix14Lift<Beta>) X(Fix14Lift<Gamma>) X(Fix14Lift<Delta>) X(Fix14Scale<InvGainK>) \
-                X(Fix14Scale<GainK>) X(Fix14Unlift<Alpha>) X(Fix14Unlift<Beta>)                \
-                    X(Fix14Unlift<Gamma>) X(Fix14Unlift<Delta>) X(FloatLift<1, Alpha>)         \
-                        X(FloatLift<1, Beta>) X(FloatLift<1, Gamma>) X(FloatLift<1, Delta>)    \
-                            X(FloatScale<InvGainK>) X(FloatScale<GainK>)                       \
-                                X(FloatScaleLift<GainK, DeltaOverK>) X(FloatLift<-1, Gamma>)   \
-                                    X(FloatLift<-1, Beta>) X(FloatLift<-1, Alpha>)
+#define ZEQ_WT_FOR_EACH_STEP(X)                                                                    \
+    X(Predict53<Wrap16>)                                                                           \
+    X(Update53<Wrap16>)                                                                            \
+    X(Unpredict53<Wrap16>)                                                                         \
+    X(Unupdate53<Wrap16>)                                                                          \
+    X(Predict53<Wrap32>)                                                                           \
+    X(Update53<Wrap32>)                                                                            \
+    X(Unpredict53<Wrap32>) X(Unupdate53<Wrap32>) ZEQ_WT_FIX16_STEPS(X, Sat16)                      \
+        ZEQ_WT_FIX16_STEPS(X, Wrap32) X(Fix14Lift<Alpha>) X(Fix14Lift<Beta>) X(Fix14Lift<Gamma>)   \
+            X(Fix14Lift<Delta>) X(Fix14Scale<InvGainK>) X(Fix14Scale<GainK>) X(Fix14Unlift<Alpha>) \
+                X(Fix14Unlift<Beta>) X(Fix14Unlift<Gamma>) X(Fix14Unlift<Delta>)                   \
+                    X(FloatLift<1, Alpha>) X(FloatLift<1, Beta>) X(FloatLift<1, Gamma>)            \
+                        X(FloatLift<1, Delta>) X(FloatScale<InvGainK>) X(FloatScale<GainK>)        \
+                            X(FloatScaleLift<GainK, DeltaOverK>) X(FloatLift<-1, Gamma>)           \
+                                X(FloatLift<-1, Beta>) X(FloatLift<-1, Alpha>)
 
 }  // namespace zeq::wt
 

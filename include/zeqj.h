@@ -483,10 +483,280 @@ ZEQJ_API ZeqStatus zeqiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
 
 /* ---- JPEG 2000 component transforms --------------------------------- */
 
+/* Forward reversible transform RGB -> Y, U = B - G, V = R - G (no clamping;
+ * 16s results keep their low 16 bits). Interleaved RGB in, three planes out. */
+ZEQJ_API ZeqStatus zeqiRCTFwd_JPEG2K_16s_C3P3R(const int16_t* src, int32_t srcStep,
+                                               int16_t* const dst[3], int32_t dstStep,
+                                               ZeqiSize roiSize);
+/* Forward reversible transform in place on three planes. */
+ZEQJ_API ZeqStatus zeqiRCTFwd_JPEG2K_16s_P3IR(int16_t* const srcDst[3], int32_t srcDstStep,
+                                              ZeqiSize roiSize);
+/* Forward reversible transform, 32-bit wrapping arithmetic. */
+ZEQJ_API ZeqStatus zeqiRCTFwd_JPEG2K_32s_C3P3R(const int32_t* src, int32_t srcStep,
+                                               int32_t* const dst[3], int32_t dstStep,
+                                               ZeqiSize roiSize);
+/* Forward reversible transform in place, 32-bit. */
+ZEQJ_API ZeqStatus zeqiRCTFwd_JPEG2K_32s_P3IR(int32_t* const srcDst[3], int32_t srcDstStep,
+                                              ZeqiSize roiSize);
+/* Inverse reversible transform: three planes in, interleaved RGB out. */
+ZEQJ_API ZeqStatus zeqiRCTInv_JPEG2K_16s_P3C3R(const int16_t* const src[3], int32_t srcStep,
+                                               int16_t* dst, int32_t dstStep, ZeqiSize roiSize);
+/* Inverse reversible transform in place on three planes. */
+ZEQJ_API ZeqStatus zeqiRCTInv_JPEG2K_16s_P3IR(int16_t* const srcDst[3], int32_t srcDstStep,
+                                              ZeqiSize roiSize);
+/* Inverse reversible transform, 32-bit, planes to interleaved RGB. */
+ZEQJ_API ZeqStatus zeqiRCTInv_JPEG2K_32s_P3C3R(const int32_t* const src[3], int32_t srcStep,
+                                               int32_t* dst, int32_t dstStep, ZeqiSize roiSize);
+/* Inverse reversible transform in place, 32-bit. */
+ZEQJ_API ZeqStatus zeqiRCTInv_JPEG2K_32s_P3IR(int32_t* const srcDst[3], int32_t srcDstStep,
+                                              ZeqiSize roiSize);
+/* Forward irreversible transform (YCbCr, 14 fractional bits) in place. */
+ZEQJ_API ZeqStatus zeqiICTFwd_JPEG2K_16s_P3IR(int16_t* const srcDst[3], int32_t srcDstStep,
+                                              ZeqiSize roiSize);
+/* Forward irreversible transform, 14 fractional bits, 32-bit wrapping. */
+ZEQJ_API ZeqStatus zeqiICTFwd_JPEG2K_32s_P3IR(int32_t* const srcDst[3], int32_t srcDstStep,
+                                              ZeqiSize roiSize);
+/* Forward irreversible transform in single precision, in place. */
+ZEQJ_API ZeqStatus zeqiICTFwd_JPEG2K_32f_P3IR(float* const srcDst[3], int32_t srcDstStep,
+                                              ZeqiSize roiSize);
+/* Forward irreversible transform in single precision, interleaved to planes. */
+ZEQJ_API ZeqStatus zeqiICTFwd_JPEG2K_32f_C3P3R(const float* src, int32_t srcStep,
+                                               float* const dst[3], int32_t dstStep,
+                                               ZeqiSize roiSize);
+/* Inverse irreversible transform, 14 fractional bits, in place. */
+ZEQJ_API ZeqStatus zeqiICTInv_JPEG2K_16s_P3IR(int16_t* const srcDst[3], int32_t srcDstStep,
+                                              ZeqiSize roiSize);
+/* Inverse irreversible transform, 14 fractional bits, 32-bit wrapping. */
+ZEQJ_API ZeqStatus zeqiICTInv_JPEG2K_32s_P3IR(int32_t* const srcDst[3], int32_t srcDstStep,
+                                              ZeqiSize roiSize);
+/* Inverse irreversible transform in single precision, in place. */
+ZEQJ_API ZeqStatus zeqiICTInv_JPEG2K_32f_P3IR(float* const srcDst[3], int32_t srcDstStep,
+                                              ZeqiSize roiSize);
+/* Inverse irreversible transform in single precision, planes to interleaved. */
+ZEQJ_API ZeqStatus zeqiICTInv_JPEG2K_32f_P3C3R(const float* const src[3], int32_t srcStep,
+                                               float* dst, int32_t dstStep, ZeqiSize roiSize);
+
 /* ---- JPEG 2000 reversible 5/3 wavelet ------------------------------- */
 
+/* Forward 5/3 along rows; the caller extends each row; phase: parity of the first sample. */
+ZEQJ_API ZeqStatus zeqiWTFwdRow_B53_JPEG2K_16s_C1R(const int16_t* src, int32_t srcStep,
+                                                   int16_t* dstLow, int32_t dstLowStep,
+                                                   int16_t* dstHigh, int32_t dstHighStep,
+                                                   ZeqiSize dstRoiSize, int32_t phase);
+/* Forward 5/3 down the columns; dstRoiSize.height coefficients per band. */
+ZEQJ_API ZeqStatus zeqiWTFwdCol_B53_JPEG2K_16s_C1R(const int16_t* src, int32_t srcStep,
+                                                   int16_t* dstLow, int32_t dstLowStep,
+                                                   int16_t* dstHigh, int32_t dstHighStep,
+                                                   ZeqiSize dstRoiSize, int32_t phase);
+/* One forward 5/3 column step: rows x(2n), x(2n+1), x(2n+2) and d(n-1) give s(n), d(n). */
+ZEQJ_API ZeqStatus zeqiWTFwdColLift_B53_JPEG2K_16s_C1(const int16_t* srcEven0,
+                                                      const int16_t* srcOdd,
+                                                      const int16_t* srcEven1, int16_t* dstLow,
+                                                      const int16_t* srcHighPrev, int16_t* dstHigh,
+                                                      int32_t width);
+/* Inverse 5/3 along rows: 2 * srcRoiSize.width samples per row from the extended bands. */
+ZEQJ_API ZeqStatus zeqiWTInvRow_B53_JPEG2K_16s_C1R(const int16_t* srcLow, int32_t srcLowStep,
+                                                   const int16_t* srcHigh, int32_t srcHighStep,
+                                                   ZeqiSize srcRoiSize, int16_t* dst,
+                                                   int32_t dstStep, int32_t phase);
+/* Inverse 5/3 down the columns. */
+ZEQJ_API ZeqStatus zeqiWTInvCol_B53_JPEG2K_16s_C1R(const int16_t* srcLow, int32_t srcLowStep,
+                                                   const int16_t* srcHigh, int32_t srcHighStep,
+                                                   ZeqiSize srcRoiSize, int16_t* dst,
+                                                   int32_t dstStep, int32_t phase);
+/* One inverse 5/3 step: s(n+1), d(n), d(n+1) and x(2n) give x(2n+2), then x(2n+1). */
+ZEQJ_API ZeqStatus zeqiWTInvColLift_B53_JPEG2K_16s_C1(const int16_t* srcLow1,
+                                                      const int16_t* srcHigh0,
+                                                      const int16_t* srcHigh1,
+                                                      const int16_t* srcEven0, int16_t* dstOdd,
+                                                      int16_t* dstEven1, int32_t width);
+/* Forward 5/3 level in place: vertical, then horizontal; each line low band first. */
+ZEQJ_API ZeqStatus zeqiWTFwd_B53_JPEG2K_16s_C1IR(int16_t* srcDst, int32_t srcDstStep,
+                                                 const ZeqiRect* tileRect, uint8_t* buffer);
+/* Forward 5/3 level from src into four subbands (LL, LH, HL, HH). */
+ZEQJ_API ZeqStatus zeqiWTFwd_B53_JPEG2K_16s_C1R(const int16_t* src, int32_t srcStep,
+                                                const ZeqiRect* tileRect, int16_t* const dst[4],
+                                                const int32_t dstStep[4], uint8_t* buffer);
+/* Inverse 5/3 level in place on the forward member's layout. */
+ZEQJ_API ZeqStatus zeqiWTInv_B53_JPEG2K_16s_C1IR(int16_t* srcDst, int32_t srcDstStep,
+                                                 const ZeqiRect* tileRect, uint8_t* buffer);
+/* Inverse 5/3 level from four subbands into dst. */
+ZEQJ_API ZeqStatus zeqiWTInv_B53_JPEG2K_16s_C1R(const int16_t* const src[4],
+                                                const int32_t srcStep[4], int16_t* dst,
+                                                int32_t dstStep, const ZeqiRect* tileRect,
+                                                uint8_t* buffer);
+/* Scratch bytes of zeqiWTFwd/Inv_B53_JPEG2K_16s_C1IR for this tile. */
+ZEQJ_API ZeqStatus zeqiWTGetBufSize_B53_JPEG2K_16s_C1IR(const ZeqiRect* tileRect, int32_t* size);
+/* Scratch bytes of zeqiWTFwd/Inv_B53_JPEG2K_16s_C1R for this tile. */
+ZEQJ_API ZeqStatus zeqiWTGetBufSize_B53_JPEG2K_16s_C1R(const ZeqiRect* tileRect, int32_t* size);
+/* Forward 5/3 along rows; the caller extends each row; phase: parity of the first sample. */
+ZEQJ_API ZeqStatus zeqiWTFwdRow_B53_JPEG2K_32s_C1R(const int32_t* src, int32_t srcStep,
+                                                   int32_t* dstLow, int32_t dstLowStep,
+                                                   int32_t* dstHigh, int32_t dstHighStep,
+                                                   ZeqiSize dstRoiSize, int32_t phase);
+/* Forward 5/3 down the columns; dstRoiSize.height coefficients per band. */
+ZEQJ_API ZeqStatus zeqiWTFwdCol_B53_JPEG2K_32s_C1R(const int32_t* src, int32_t srcStep,
+                                                   int32_t* dstLow, int32_t dstLowStep,
+                                                   int32_t* dstHigh, int32_t dstHighStep,
+                                                   ZeqiSize dstRoiSize, int32_t phase);
+/* One forward 5/3 column step: rows x(2n), x(2n+1), x(2n+2) and d(n-1) give s(n), d(n). */
+ZEQJ_API ZeqStatus zeqiWTFwdColLift_B53_JPEG2K_32s_C1(const int32_t* srcEven0,
+                                                      const int32_t* srcOdd,
+                                                      const int32_t* srcEven1, int32_t* dstLow,
+                                                      const int32_t* srcHighPrev, int32_t* dstHigh,
+                                                      int32_t width);
+/* Inverse 5/3 along rows: 2 * srcRoiSize.width samples per row from the extended bands. */
+ZEQJ_API ZeqStatus zeqiWTInvRow_B53_JPEG2K_32s_C1R(const int32_t* srcLow, int32_t srcLowStep,
+                                                   const int32_t* srcHigh, int32_t srcHighStep,
+                                                   ZeqiSize srcRoiSize, int32_t* dst,
+                                                   int32_t dstStep, int32_t phase);
+/* Inverse 5/3 down the columns. */
+ZEQJ_API ZeqStatus zeqiWTInvCol_B53_JPEG2K_32s_C1R(const int32_t* srcLow, int32_t srcLowStep,
+                                                   const int32_t* srcHigh, int32_t srcHighStep,
+                                                   ZeqiSize srcRoiSize, int32_t* dst,
+                                                   int32_t dstStep, int32_t phase);
+/* One inverse 5/3 step: s(n+1), d(n), d(n+1) and x(2n) give x(2n+2), then x(2n+1). */
+ZEQJ_API ZeqStatus zeqiWTInvColLift_B53_JPEG2K_32s_C1(const int32_t* srcLow1,
+                                                      const int32_t* srcHigh0,
+                                                      const int32_t* srcHigh1,
+                                                      const int32_t* srcEven0, int32_t* dstOdd,
+                                                      int32_t* dstEven1, int32_t width);
+/* Forward 5/3 level in place: vertical, then horizontal; each line low band first. */
+ZEQJ_API ZeqStatus zeqiWTFwd_B53_JPEG2K_32s_C1IR(int32_t* srcDst, int32_t srcDstStep,
+                                                 const ZeqiRect* tileRect, uint8_t* buffer);
+/* Forward 5/3 level from src into four subbands (LL, LH, HL, HH). */
+ZEQJ_API ZeqStatus zeqiWTFwd_B53_JPEG2K_32s_C1R(const int32_t* src, int32_t srcStep,
+                                                const ZeqiRect* tileRect, int32_t* const dst[4],
+                                                const int32_t dstStep[4], uint8_t* buffer);
+/* Inverse 5/3 level in place on the forward member's layout. */
+ZEQJ_API ZeqStatus zeqiWTInv_B53_JPEG2K_32s_C1IR(int32_t* srcDst, int32_t srcDstStep,
+                                                 const ZeqiRect* tileRect, uint8_t* buffer);
+/* Inverse 5/3 level from four subbands into dst. */
+ZEQJ_API ZeqStatus zeqiWTInv_B53_JPEG2K_32s_C1R(const int32_t* const src[4],
+                                                const int32_t srcStep[4], int32_t* dst,
+                                                int32_t dstStep, const ZeqiRect* tileRect,
+                                                uint8_t* buffer);
+/* Scratch bytes of zeqiWTFwd/Inv_B53_JPEG2K_32s_C1IR for this tile. */
+ZEQJ_API ZeqStatus zeqiWTGetBufSize_B53_JPEG2K_32s_C1IR(const ZeqiRect* tileRect, int32_t* size);
+/* Scratch bytes of zeqiWTFwd/Inv_B53_JPEG2K_32s_C1R for this tile. */
+ZEQJ_API ZeqStatus zeqiWTGetBufSize_B53_JPEG2K_32s_C1R(const ZeqiRect* tileRect, int32_t* size);
 /* ---- JPEG 2000 irreversible 9/7 wavelet ----------------------------- */
 
+/* Forward 9/7 along rows (16.16 fixed point, 16-bit clamping); width 1: direct filters. */
+ZEQJ_API ZeqStatus zeqiWTFwdRow_D97_JPEG2K_16s_C1R(const int16_t* src, int32_t srcStep,
+                                                   int16_t* dstLow, int32_t dstLowStep,
+                                                   int16_t* dstHigh, int32_t dstHighStep,
+                                                   ZeqiSize dstRoiSize, int32_t phase);
+/* Inverse 9/7 along rows (16.16 fixed point, clamped to 16 bits); width 1 uses the direct synthesis
+ * filters. */
+ZEQJ_API ZeqStatus zeqiWTInvRow_D97_JPEG2K_16s_C1R(const int16_t* srcLow, int32_t srcLowStep,
+                                                   const int16_t* srcHigh, int32_t srcHighStep,
+                                                   ZeqiSize srcRoiSize, int16_t* dst,
+                                                   int32_t dstStep, int32_t phase);
+/* Forward 9/7 column pipeline step (16.16 fixed point, clamped to 16 bits): consumes x(2n+2),
+ * x(2n+1) with x(2n); finishes the low row of the previous pair (lowPrev) and the older high row
+ * (highOld). */
+ZEQJ_API ZeqStatus zeqiWTFwdColLift_D97_JPEG2K_16s_C1(
+    const int16_t* srcEven1, const int16_t* srcOdd, const int16_t* srcEven0, int16_t* lowPrev,
+    int16_t* dstLow, int16_t* highOld, int16_t* highPrev, int16_t* dstHigh, int32_t width);
+/* Inverse 9/7 column pipeline step (16.16 fixed point, clamped to 16 bits): consumes low s(n+1),
+ * high d(n+1) with d(n); lowPrev becomes x(2n) (using x(2n-2) in srcEvenOld) and highPrev becomes
+ * x(2n-1). */
+ZEQJ_API ZeqStatus zeqiWTInvColLift_D97_JPEG2K_16s_C1(
+    const int16_t* srcLow1, const int16_t* srcHigh1, const int16_t* srcHigh0, int16_t* lowPrev,
+    int16_t* dstLow, const int16_t* srcEvenOld, int16_t* highPrev, int16_t* dstHigh, int32_t width);
+/* Forward 9/7 along rows (16.16 fixed point); width 1 uses the direct filters. */
+ZEQJ_API ZeqStatus zeqiWTFwdRow_D97_JPEG2K_32s_C1R(const int32_t* src, int32_t srcStep,
+                                                   int32_t* dstLow, int32_t dstLowStep,
+                                                   int32_t* dstHigh, int32_t dstHighStep,
+                                                   ZeqiSize dstRoiSize, int32_t phase);
+/* Inverse 9/7 along rows (16.16 fixed point); width 1 uses the direct synthesis filters. */
+ZEQJ_API ZeqStatus zeqiWTInvRow_D97_JPEG2K_32s_C1R(const int32_t* srcLow, int32_t srcLowStep,
+                                                   const int32_t* srcHigh, int32_t srcHighStep,
+                                                   ZeqiSize srcRoiSize, int32_t* dst,
+                                                   int32_t dstStep, int32_t phase);
+/* Forward 9/7 column pipeline step (16.16 fixed point): consumes x(2n+2), x(2n+1) with x(2n);
+ * finishes the low row of the previous pair (lowPrev) and the older high row (highOld). */
+ZEQJ_API ZeqStatus zeqiWTFwdColLift_D97_JPEG2K_32s_C1(
+    const int32_t* srcEven1, const int32_t* srcOdd, const int32_t* srcEven0, int32_t* lowPrev,
+    int32_t* dstLow, int32_t* highOld, int32_t* highPrev, int32_t* dstHigh, int32_t width);
+/* Inverse 9/7 column pipeline step (16.16 fixed point): consumes low s(n+1), high d(n+1) with d(n);
+ * lowPrev becomes x(2n) (using x(2n-2) in srcEvenOld) and highPrev becomes x(2n-1). */
+ZEQJ_API ZeqStatus zeqiWTInvColLift_D97_JPEG2K_32s_C1(
+    const int32_t* srcLow1, const int32_t* srcHigh1, const int32_t* srcHigh0, int32_t* lowPrev,
+    int32_t* dstLow, const int32_t* srcEvenOld, int32_t* highPrev, int32_t* dstHigh, int32_t width);
+/* Forward 9/7 along rows (single precision); width 1 uses the direct filters. */
+ZEQJ_API ZeqStatus zeqiWTFwdRow_D97_JPEG2K_32f_C1R(const float* src, int32_t srcStep, float* dstLow,
+                                                   int32_t dstLowStep, float* dstHigh,
+                                                   int32_t dstHighStep, ZeqiSize dstRoiSize,
+                                                   int32_t phase);
+/* Forward 9/7 down the columns (single precision). */
+ZEQJ_API ZeqStatus zeqiWTFwdCol_D97_JPEG2K_32f_C1R(const float* src, int32_t srcStep, float* dstLow,
+                                                   int32_t dstLowStep, float* dstHigh,
+                                                   int32_t dstHighStep, ZeqiSize dstRoiSize,
+                                                   int32_t phase);
+/* Inverse 9/7 along rows (single precision); width 1 uses the direct synthesis filters. */
+ZEQJ_API ZeqStatus zeqiWTInvRow_D97_JPEG2K_32f_C1R(const float* srcLow, int32_t srcLowStep,
+                                                   const float* srcHigh, int32_t srcHighStep,
+                                                   ZeqiSize srcRoiSize, float* dst, int32_t dstStep,
+                                                   int32_t phase);
+/* Inverse 9/7 down the columns (single precision). */
+ZEQJ_API ZeqStatus zeqiWTInvCol_D97_JPEG2K_32f_C1R(const float* srcLow, int32_t srcLowStep,
+                                                   const float* srcHigh, int32_t srcHighStep,
+                                                   ZeqiSize srcRoiSize, float* dst, int32_t dstStep,
+                                                   int32_t phase);
+/* Forward 9/7 column pipeline step (single precision): consumes x(2n+2), x(2n+1) with x(2n);
+ * finishes the low row of the previous pair (lowPrev) and the older high row (highOld). */
+ZEQJ_API ZeqStatus zeqiWTFwdColLift_D97_JPEG2K_32f_C1(const float* srcEven1, const float* srcOdd,
+                                                      const float* srcEven0, float* lowPrev,
+                                                      float* dstLow, float* highOld,
+                                                      float* highPrev, float* dstHigh,
+                                                      int32_t width);
+/* Inverse 9/7 column pipeline step (single precision): consumes low s(n+1), high d(n+1) with d(n);
+ * lowPrev becomes x(2n) (using x(2n-2) in srcEvenOld) and highPrev becomes x(2n-1). */
+ZEQJ_API ZeqStatus zeqiWTInvColLift_D97_JPEG2K_32f_C1(const float* srcLow1, const float* srcHigh1,
+                                                      const float* srcHigh0, float* lowPrev,
+                                                      float* dstLow, const float* srcEvenOld,
+                                                      float* highPrev, float* dstHigh,
+                                                      int32_t width);
+/* Forward 9/7 level in place: vertical, then horizontal; each line low band first. */
+ZEQJ_API ZeqStatus zeqiWTFwd_D97_JPEG2K_16s_C1IR(int16_t* srcDst, int32_t srcDstStep,
+                                                 const ZeqiRect* tileRect, uint8_t* buffer);
+/* Forward 9/7 level from src into four subbands (LL, LH, HL, HH). */
+ZEQJ_API ZeqStatus zeqiWTFwd_D97_JPEG2K_16s_C1R(const int16_t* src, int32_t srcStep,
+                                                const ZeqiRect* tileRect, int16_t* const dst[4],
+                                                const int32_t dstStep[4], uint8_t* buffer);
+/* Inverse 9/7 level in place on the forward member's layout. */
+ZEQJ_API ZeqStatus zeqiWTInv_D97_JPEG2K_16s_C1IR(int16_t* srcDst, int32_t srcDstStep,
+                                                 const ZeqiRect* tileRect, uint8_t* buffer);
+/* Inverse 9/7 level from four subbands into dst. */
+ZEQJ_API ZeqStatus zeqiWTInv_D97_JPEG2K_16s_C1R(const int16_t* const src[4],
+                                                const int32_t srcStep[4], int16_t* dst,
+                                                int32_t dstStep, const ZeqiRect* tileRect,
+                                                uint8_t* buffer);
+/* Scratch bytes of zeqiWTFwd/Inv_D97_JPEG2K_16s_C1IR for this tile. */
+ZEQJ_API ZeqStatus zeqiWTGetBufSize_D97_JPEG2K_16s_C1IR(const ZeqiRect* tileRect, int32_t* size);
+/* Scratch bytes of zeqiWTFwd/Inv_D97_JPEG2K_16s_C1R for this tile. */
+ZEQJ_API ZeqStatus zeqiWTGetBufSize_D97_JPEG2K_16s_C1R(const ZeqiRect* tileRect, int32_t* size);
+/* Forward 9/7 level in place: vertical, then horizontal; each line low band first. */
+ZEQJ_API ZeqStatus zeqiWTFwd_D97_JPEG2K_32s_C1IR(int32_t* srcDst, int32_t srcDstStep,
+                                                 const ZeqiRect* tileRect, uint8_t* buffer);
+/* Forward 9/7 level from src into four subbands (LL, LH, HL, HH). */
+ZEQJ_API ZeqStatus zeqiWTFwd_D97_JPEG2K_32s_C1R(const int32_t* src, int32_t srcStep,
+                                                const ZeqiRect* tileRect, int32_t* const dst[4],
+                                                const int32_t dstStep[4], uint8_t* buffer);
+/* Inverse 9/7 level in place on the forward member's layout. */
+ZEQJ_API ZeqStatus zeqiWTInv_D97_JPEG2K_32s_C1IR(int32_t* srcDst, int32_t srcDstStep,
+                                                 const ZeqiRect* tileRect, uint8_t* buffer);
+/* Inverse 9/7 level from four subbands into dst. */
+ZEQJ_API ZeqStatus zeqiWTInv_D97_JPEG2K_32s_C1R(const int32_t* const src[4],
+                                                const int32_t srcStep[4], int32_t* dst,
+                                                int32_t dstStep, const ZeqiRect* tileRect,
+                                                uint8_t* buffer);
+/* Scratch bytes of zeqiWTFwd/Inv_D97_JPEG2K_32s_C1IR for this tile. */
+ZEQJ_API ZeqStatus zeqiWTGetBufSize_D97_JPEG2K_32s_C1IR(const ZeqiRect* tileRect, int32_t* size);
+/* Scratch bytes of zeqiWTFwd/Inv_D97_JPEG2K_32s_C1R for this tile. */
+ZEQJ_API ZeqStatus zeqiWTGetBufSize_D97_JPEG2K_32s_C1R(const ZeqiRect* tileRect, int32_t* size);
 /* ---- JPEG 2000 code-block encoder ----------------------------------- */
 
 /* Code-block encoder state, made by zeqiEncodeInitAlloc_JPEG2K and opaque to callers. */

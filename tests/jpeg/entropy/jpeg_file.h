@@ -168,7 +168,7 @@ inline std::vector<uint8_t> writeBaselineFile(const Frame& f, const TableDefinit
 struct ProgressiveScan {
     std::vector<int> components;
     int ss = 0, se = 0, ah = 0, al = 0;
-    TableDefinition dc[2], ac[2];
+    TableDefinition dc[4] = {}, ac[4] = {};  // by table id; ids without values are not written
     std::vector<uint8_t> data;
 };
 
@@ -178,8 +178,8 @@ inline std::vector<uint8_t> writeProgressiveFile(const Frame& f,
     SegmentWriter w;
     writeFrameHeader(w, f, 0xC2);
     for (const ProgressiveScan& s : scans) {
-        writeTables(w, 0, s.dc, 2);
-        writeTables(w, 1, s.ac, 2);
+        writeTables(w, 0, s.dc, 4);
+        writeTables(w, 1, s.ac, 4);
         writeScanHeader(w, f, s.components, s.ss, s.se, s.ah, s.al);
         w.bytes.insert(w.bytes.end(), s.data.begin(), s.data.end());
     }
@@ -194,7 +194,7 @@ struct ParsedScan {
     std::vector<int> components;           // indices into the frame's components
     int dcTable[4] = {}, acTable[4] = {};  // per scan member
     int ss = 0, se = 63, ah = 0, al = 0;
-    TableDefinition dc[4], ac[4];
+    TableDefinition dc[4] = {}, ac[4] = {};
     std::vector<uint8_t> data;
 };
 
@@ -202,7 +202,7 @@ struct ParsedFile {
     Frame frame;
     bool progressive = false;
     std::vector<ParsedScan> scans;
-    TableDefinition dc[4], ac[4];  // of the first scan
+    TableDefinition dc[4] = {}, ac[4] = {};  // of the first scan
     std::vector<uint8_t> scan;     // the first scan's data to the end of the file
     bool ok = false;
 };
@@ -211,7 +211,7 @@ struct ParsedFile {
 // behind it (up to the next marker other than RSTn).
 inline ParsedFile parseJpegFile(const std::vector<uint8_t>& file) {
     ParsedFile p;
-    TableDefinition dc[4], ac[4];
+    TableDefinition dc[4] = {}, ac[4] = {};
     size_t at = 2;  // after SOI
     while (at + 4 <= file.size()) {
         if (file[at] != 0xFF) return p;

@@ -104,7 +104,7 @@ TEST(ProgressiveCrossCheck, OurDecodersReadLibjpegProgressiveFilesWithIdenticalC
                 << c.name << " scan " << s.ss << ".." << s.se << " Ah " << s.ah;
             // The reference decoder takes its tables by the ids the frame names.
             ProgressiveScan plain = scanOf(s.components, s.ss, s.se, s.ah, s.al);
-            for (int t = 0; t < 2; ++t) {
+            for (int t = 0; t < 4; ++t) {
                 plain.dc[t] = s.dc[t];
                 plain.ac[t] = s.ac[t];
             }

@@ -146,53 +146,42 @@ inline void setOptimalTables(ProgressiveScan& s, const ScanCounts& counts) {
 }
 
 // One scan through the library's encoders with the scan's tables, flushed at
-// the end.
+// the end, into a destination of `room` bytes. The first failing status goes
+// to *failure (a test failure when no failure is expected).
 inline std::vector<uint8_t> libraryEncodeScan(const Frame& f, const Blocks& blocks,
-                                              const ProgressiveScan& s) {
+                                              const ProgressiveScan& s, int32_t room = 1 << 22,
+                                              ZeqStatus* failure = nullptr) {
     EncodeSpecBuffer dc[2] = {encodeSpec(s.dc[0]), encodeSpec(s.dc[1])};
     EncodeSpecBuffer ac[2] = {encodeSpec(s.ac[0]), encodeSpec(s.ac[1])};
     EncodeStateBuffer state = freshEncodeState();
-    std::vector<uint8_t> out(1 << 22);
-    const int32_t len = int32_t(out.size());
+    std::vector<uint8_t> out(size_t(room), 0xEE);
     int32_t pos = 0;
     std::vector<int16_t> lastDC(f.components.size(), 0);
     const bool dcScan = s.ss == 0;
-    for (BlockRef b : scanBlocks(f, s.components)) {
-        const int16_t* block = blockAt(blocks, b);
-        ZeqStatus status;
+    auto code = [&](const int16_t* block, int component, int32_t flush) {
+        const HuffmanEncodeSpec* dcTable = dc[tableOf(f, component, true)].get();
+        const HuffmanEncodeSpec* acTable = ac[tableOf(f, component, false)].get();
+        int16_t* last = &lastDC[size_t(component)];
         if (dcScan && s.ah == 0)
-            status = zeqiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(
-                block, out.data(), len, &pos, &lastDC[size_t(b.component)], s.al,
-                dc[tableOf(f, b.component, true)].get(), state.get(), 0);
-        else if (dcScan)
-            status = zeqiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, out.data(), len, &pos, s.al,
-                                                                 state.get(), 0);
-        else if (s.ah == 0)
-            status = zeqiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(
-                block, out.data(), len, &pos, s.ss, s.se, s.al,
-                ac[tableOf(f, b.component, false)].get(), state.get(), 0);
-        else
-            status = zeqiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
-                block, out.data(), len, &pos, s.ss, s.se, s.al,
-                ac[tableOf(f, b.component, false)].get(), state.get(), 0);
-        EXPECT_EQ(status, StatusOk);
-        if (status != StatusOk) return {};
-    }
-    const HuffmanEncodeSpec* acTable = ac[tableOf(f, s.components[0], false)].get();
-    ZeqStatus status;
-    if (dcScan && s.ah == 0)
-        status = zeqiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(nullptr, out.data(), len, &pos, nullptr,
-                                                            0, nullptr, state.get(), 1);
-    else if (dcScan)
-        status = zeqiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(nullptr, out.data(), len, &pos, 0,
-                                                             state.get(), 1);
-    else if (s.ah == 0)
-        status = zeqiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(nullptr, out.data(), len, &pos, 0, 0, 0,
-                                                            acTable, state.get(), 1);
+            return zeqiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(block, out.data(), room, &pos, last,
+                                                              s.al, dcTable, state.get(), flush);
+        if (dcScan)
+            return zeqiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(block, out.data(), room, &pos, s.al,
+                                                               state.get(), flush);
+        if (s.ah == 0)
+            return zeqiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(
+                block, out.data(), room, &pos, s.ss, s.se, s.al, acTable, state.get(), flush);
+        return zeqiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(block, out.data(), room, &pos, s.ss,
+                                                           s.se, s.al, acTable, state.get(), flush);
+    };
+    ZeqStatus status = StatusOk;
+    for (BlockRef b : scanBlocks(f, s.components))
+        if ((status = code(blockAt(blocks, b), b.component, 0)) != StatusOk) break;
+    if (status == StatusOk) status = code(nullptr, s.components[0], 1);
+    if (failure != nullptr)
+        *failure = status;
     else
-        status = zeqiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(nullptr, out.data(), len, &pos, 0, 0,
-                                                             0, acTable, state.get(), 1);
-    EXPECT_EQ(status, StatusOk);
+        EXPECT_EQ(status, StatusOk);
     out.resize(size_t(pos));
     return out;
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/jpeg/entropy/huffman_test_support.h"
+#include "tests/jpeg/entropy/photo_blocks.h"
 
 namespace zeq::test {
 
@@ -44,6 +45,8 @@ struct Frame {
     }
 };
 
+using Blocks = std::vector<std::vector<int16_t>>;  // per component, 64 per block
+
 struct BlockRef {
     int component;
     int index;  // raster index among the component's blocks
@@ -70,6 +73,35 @@ inline std::vector<std::vector<BlockRef>> mcuOrder(const Frame& f) {
             mcus.push_back(mcu);
         }
     return mcus;
+}
+
+// One 8x8 luma component, or Y, Cb, Cr sampled 4:2:0 (tables 0 and 1).
+inline Frame greyFrame(int width, int height, int interval) {
+    Frame f;
+    f.width = width;
+    f.height = height;
+    f.components = {{1, 1, 1, 0, 0}};
+    f.restartInterval = interval;
+    f.computeBlockCounts();
+    return f;
+}
+
+inline Frame colour420Frame(int width, int height, int interval) {
+    Frame f;
+    f.width = width;
+    f.height = height;
+    f.components = {{1, 2, 2, 0, 0}, {2, 1, 1, 1, 1}, {3, 1, 1, 1, 1}};
+    f.restartInterval = interval;
+    f.computeBlockCounts();
+    return f;
+}
+
+inline Blocks photoComponents(const Frame& f, uint32_t seed, PhotoBlockShape shape) {
+    Blocks blocks;
+    for (size_t c = 0; c < f.components.size(); ++c)
+        blocks.push_back(photoBlocks(f.components[c].widthInBlocks * f.components[c].heightInBlocks,
+                                     shape, seed + uint32_t(c)));
+    return blocks;
 }
 
 class SegmentWriter {
@@ -203,7 +235,7 @@ struct ParsedFile {
     bool progressive = false;
     std::vector<ParsedScan> scans;
     TableDefinition dc[4] = {}, ac[4] = {};  // of the first scan
-    std::vector<uint8_t> scan;     // the first scan's data to the end of the file
+    std::vector<uint8_t> scan;               // the first scan's data to the end of the file
     bool ok = false;
 };
 

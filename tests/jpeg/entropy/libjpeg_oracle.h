@@ -19,8 +19,6 @@
 
 namespace zeq::test {
 
-using Blocks = std::vector<std::vector<int16_t>>;  // per component, 64 per block
-
 // libjpeg reports fatal errors through a jump back here, and counts warnings
 // (corrupt-data messages) so a test can require none.
 struct ErrorTrap {
@@ -37,34 +35,6 @@ struct ErrorTrap {
         };
     }
 };
-
-inline Frame greyFrame(int width, int height, int interval) {
-    Frame f;
-    f.width = width;
-    f.height = height;
-    f.components = {{1, 1, 1, 0, 0}};
-    f.restartInterval = interval;
-    f.computeBlockCounts();
-    return f;
-}
-
-inline Frame colour420Frame(int width, int height, int interval) {
-    Frame f;
-    f.width = width;
-    f.height = height;
-    f.components = {{1, 2, 2, 0, 0}, {2, 1, 1, 1, 1}, {3, 1, 1, 1, 1}};
-    f.restartInterval = interval;
-    f.computeBlockCounts();
-    return f;
-}
-
-inline Blocks photoComponents(const Frame& f, uint32_t seed, PhotoBlockShape shape) {
-    Blocks blocks;
-    for (size_t c = 0; c < f.components.size(); ++c)
-        blocks.push_back(photoBlocks(f.components[c].widthInBlocks * f.components[c].heightInBlocks,
-                                     shape, seed + uint32_t(c)));
-    return blocks;
-}
 
 // Reads a file with jpeg_read_coefficients; false on an error or a warning.
 inline bool libjpegReadCoefficients(const std::vector<uint8_t>& file, Blocks& blocks) {

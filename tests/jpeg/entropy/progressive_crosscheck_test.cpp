@@ -50,7 +50,9 @@ TEST(ProgressiveCrossCheck, LibjpegReadsOurStandardScriptWithIdenticalCoefficien
     for (const CrossCase& c : kCases) {
         const Frame f = frameOf(c);
         const Blocks blocks = photoComponents(f, seed++, c.shape);
-        const auto scans = libraryEncodeScript(f, blocks, standardScript(c.colour));
+        ZeqStatus status = StatusOk;
+        const auto scans = libraryEncodeScript(f, blocks, standardScript(c.colour), status);
+        ASSERT_EQ(status, StatusOk) << c.name;
         Blocks read;
         ASSERT_TRUE(libjpegReadCoefficients(writeProgressiveFile(f, scans), read)) << c.name;
         ASSERT_EQ(read.size(), blocks.size()) << c.name;
@@ -73,7 +75,10 @@ TEST(ProgressiveCrossCheck, LibjpegReadsOurRandomScriptsWithIdenticalCoefficient
                     for (int k = 1; k < 64; ++k)
                         component[64 * b + k] =
                             int16_t(uniform<int>(rng, 2, 15) * (uniform<int>(rng, 0, 1) ? 1 : -1));
-        const auto scans = libraryEncodeScript(f, blocks, randomScript(rng, colour ? 3 : 1));
+        ZeqStatus status = StatusOk;
+        const auto scans =
+            libraryEncodeScript(f, blocks, randomScript(rng, colour ? 3 : 1), status);
+        ASSERT_EQ(status, StatusOk) << i;
         Blocks read;
         ASSERT_TRUE(libjpegReadCoefficients(writeProgressiveFile(f, scans), read)) << i;
         ASSERT_EQ(read.size(), blocks.size());
@@ -99,8 +104,9 @@ TEST(ProgressiveCrossCheck, OurDecodersReadLibjpegProgressiveFilesWithIdenticalC
                 scanFrame.components[size_t(s.components[i])].dcTable = s.dcTable[i];
                 scanFrame.components[size_t(s.components[i])].acTable = s.acTable[i];
             }
-            ASSERT_TRUE(libraryDecodeScan(scanFrame, ours, s.components, s.ss, s.se, s.ah, s.al,
-                                          s.dc, s.ac, s.data))
+            ASSERT_EQ(libraryDecodeScan(scanFrame, ours, s.components, s.ss, s.se, s.ah, s.al, s.dc,
+                                        s.ac, s.data),
+                      StatusOk)
                 << c.name << " scan " << s.ss << ".." << s.se << " Ah " << s.ah;
             // The reference decoder takes its tables by the ids the frame names.
             ProgressiveScan plain = scanOf(s.components, s.ss, s.se, s.ah, s.al);
@@ -124,7 +130,9 @@ TEST(ProgressiveCrossCheck, OurDecodersReadLibjpegProgressiveFilesWithIdenticalC
 TEST(ProgressiveCrossCheck, AFlippedRefinementBitIsNoticed) {
     const Frame f = greyFrame(64, 64, 0);
     const Blocks blocks = photoComponents(f, 9, kQuality95);
-    auto scans = libraryEncodeScript(f, blocks, standardScript(false));
+    ZeqStatus status = StatusOk;
+    auto scans = libraryEncodeScript(f, blocks, standardScript(false), status);
+    ASSERT_EQ(status, StatusOk);
     std::vector<uint8_t>& refine = scans.back().data;
     ASSERT_GT(refine.size(), 8u);
     refine[refine.size() / 2] ^= 0x04;

@@ -239,13 +239,16 @@ TEST(ProgressiveEncode, FlushResetsTheStateEvenWhenTheDestinationIsFull) {
 TEST(ProgressiveEncode, TightDestinationGivesTheSameBytesOrRunsOut) {
     const Frame f = greyFrame(64, 64, 0);
     const Blocks blocks = photoComponents(f, 77, kQuality95);
-    for (const ProgressiveScan& s : libraryEncodeScript(f, blocks, standardScript(false))) {
+    ZeqStatus status = StatusOk;
+    const auto script = libraryEncodeScript(f, blocks, standardScript(false), status);
+    ASSERT_EQ(status, StatusOk);
+    for (const ProgressiveScan& s : script) {
         const int32_t size = int32_t(s.data.size());
-        ZeqStatus status;
-        EXPECT_EQ(libraryEncodeScan(f, blocks, s, size, &status), s.data);
+        EXPECT_EQ(libraryEncodeScan(f, blocks, s, status, size), s.data);
         EXPECT_EQ(status, StatusOk) << s.ss << ".." << s.se << " Ah " << s.ah;
-        const Bytes cut = libraryEncodeScan(f, blocks, s, size - 1, &status);
-        EXPECT_EQ(status, StatusBufferExhausted) << s.ss << ".." << s.se << " Ah " << s.ah;
+        ZeqStatus cutStatus = StatusOk;
+        const Bytes cut = libraryEncodeScan(f, blocks, s, cutStatus, size - 1);
+        EXPECT_EQ(cutStatus, StatusBufferExhausted) << s.ss << ".." << s.se << " Ah " << s.ah;
         EXPECT_TRUE(std::equal(cut.begin(), cut.end(), s.data.begin()));
     }
 }
@@ -520,7 +523,9 @@ TEST(ProgressiveRoundTrip, RandomScriptsDecodeToTheImage) {
         auto script = randomScript(rng, int(f.components.size()));
         for (ProgressiveScan& s : script) {
             for (int t = 0; t < 2; ++t) s.dc[t] = s.ac[t] = everySymbolTable();
-            s.data = libraryEncodeScan(f, blocks, s);
+            ZeqStatus status = StatusOk;
+            s.data = libraryEncodeScan(f, blocks, s, status);
+            ASSERT_EQ(status, StatusOk) << i;
         }
         Blocks ours, reference;
         for (const auto& b : blocks) {
@@ -528,8 +533,8 @@ TEST(ProgressiveRoundTrip, RandomScriptsDecodeToTheImage) {
             reference.emplace_back(b.size(), int16_t{0});
         }
         for (const ProgressiveScan& s : script) {
-            ASSERT_TRUE(libraryDecodeScan(f, ours, s.components, s.ss, s.se, s.ah, s.al, s.dc, s.ac,
-                                          s.data))
+            ASSERT_EQ(StatusOk, libraryDecodeScan(f, ours, s.components, s.ss, s.se, s.ah, s.al,
+                                                  s.dc, s.ac, s.data))
                 << i;
             ScanCounts tally;
             ASSERT_TRUE(referenceDecodeScan(f, reference, s, tally)) << i;

@@ -332,11 +332,14 @@ TEST(Statistics, CountsEqualTheSymbolsTheEncodersEmit) {
                         kind == 0 ? 0 : int16_t(uniform<int>(rng, -40, 40));
             }
         const auto script = i == 0 ? standardScript(colour) : randomScript(rng, colour ? 3 : 1);
-        const auto coded = libraryEncodeScript(f, blocks, script);
+        ZeqStatus status = StatusOk;
+        const auto coded = libraryEncodeScript(f, blocks, script, status);
+        ASSERT_EQ(status, StatusOk) << i;
         Blocks decoded;
         for (const auto& b : blocks) decoded.emplace_back(b.size(), int16_t{0});
         for (const ProgressiveScan& s : coded) {
-            const ScanCounts counted = libraryScanStatistics(f, blocks, s);
+            const ScanCounts counted = libraryScanStatistics(f, blocks, s, status);
+            ASSERT_EQ(status, StatusOk) << i;
             ScanCounts tally;
             ASSERT_TRUE(referenceDecodeScan(f, decoded, s, tally)) << i;
             for (int t = 0; t < 2; ++t) {

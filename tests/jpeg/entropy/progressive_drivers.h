@@ -72,8 +72,11 @@ struct ScanCounts {
     std::vector<int32_t> ac[2] = {std::vector<int32_t>(257), std::vector<int32_t>(257)};
 };
 
+// Every function that runs a scan takes the scan's blocks in coding order
+// (scanBlocks), or works them out itself.
 inline ScanCounts libraryScanStatistics(const Frame& f, const Blocks& blocks,
-                                        const ProgressiveScan& s, ZeqStatus& status) {
+                                        const ProgressiveScan& s,
+                                        const std::vector<BlockRef>& order, ZeqStatus& status) {
     ScanCounts counts;
     EncodeStateBuffer state = freshEncodeState();
     std::vector<int16_t> lastDC(f.components.size(), 0);
@@ -91,14 +94,16 @@ inline ScanCounts libraryScanStatistics(const Frame& f, const Blocks& blocks,
                          : zeqiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(
                                block, acCounts, s.ss, s.se, s.al, state.get(), flush);
     };
-    for (BlockRef b : scanBlocks(f, s.components))
-        keepFirst(status, count(blockAt(blocks, b), b.component, 0));
+    for (BlockRef b : order) keepFirst(status, count(blockAt(blocks, b), b.component, 0));
     keepFirst(status, count(nullptr, s.components[0], 1));
     return counts;
 }
+inline ScanCounts libraryScanStatistics(const Frame& f, const Blocks& blocks,
+                                        const ProgressiveScan& s, ZeqStatus& status) {
+    return libraryScanStatistics(f, blocks, s, scanBlocks(f, s.components), status);
+}
 
-// Optimal tables from a scan's counts; a table without counts gets none
-// (except that every DC table keeps one symbol so it can be written).
+// Optimal tables from a scan's counts; a table without counts gets none.
 inline void setOptimalTables(ProgressiveScan& s, const ScanCounts& counts) {
     for (int t = 0; t < 2; ++t) {
         auto used = [](const std::vector<int32_t>& v) {
@@ -110,14 +115,15 @@ inline void setOptimalTables(ProgressiveScan& s, const ScanCounts& counts) {
 }
 
 // One scan through the library's encoders with the scan's tables, flushed at
-// the end, into a destination of `room` bytes; stops at the first failure.
-inline std::vector<uint8_t> libraryEncodeScan(const Frame& f, const Blocks& blocks,
-                                              const ProgressiveScan& s, ZeqStatus& status,
-                                              int32_t room = 1 << 22) {
+// the end, into `out` (all of it the destination); stops at the first
+// failure. Returns the bytes written.
+inline int32_t libraryEncodeScan(const Frame& f, const Blocks& blocks, const ProgressiveScan& s,
+                                 const std::vector<BlockRef>& order, std::vector<uint8_t>& out,
+                                 ZeqStatus& status) {
     EncodeSpecBuffer dc[2] = {encodeSpec(s.dc[0]), encodeSpec(s.dc[1])};
     EncodeSpecBuffer ac[2] = {encodeSpec(s.ac[0]), encodeSpec(s.ac[1])};
     EncodeStateBuffer state = freshEncodeState();
-    std::vector<uint8_t> out(size_t(room), 0xEE);
+    const int32_t room = int32_t(out.size());
     int32_t pos = 0;
     std::vector<int16_t> lastDC(f.components.size(), 0);
     const bool dcScan = s.ss == 0;
@@ -138,11 +144,18 @@ inline std::vector<uint8_t> libraryEncodeScan(const Frame& f, const Blocks& bloc
                                                            s.se, s.al, acTable, state.get(), flush);
     };
     ZeqStatus first = StatusOk;
-    for (BlockRef b : scanBlocks(f, s.components))
+    for (BlockRef b : order)
         if ((first = code(blockAt(blocks, b), b.component, 0)) != StatusOk) break;
     if (first == StatusOk) first = code(nullptr, s.components[0], 1);
     keepFirst(status, first);
-    out.resize(size_t(pos));
+    return pos;
+}
+// The same into a destination of `room` bytes; returns what was written.
+inline std::vector<uint8_t> libraryEncodeScan(const Frame& f, const Blocks& blocks,
+                                              const ProgressiveScan& s, ZeqStatus& status,
+                                              int32_t room = 1 << 22) {
+    std::vector<uint8_t> out(size_t(room), 0xEE);
+    out.resize(size_t(libraryEncodeScan(f, blocks, s, scanBlocks(f, s.components), out, status)));
     return out;
 }
 
@@ -160,8 +173,9 @@ inline std::vector<ProgressiveScan> libraryEncodeScript(const Frame& f, const Bl
 // One scan (tables dc/ac by id, data to the end of the file) through the
 // library's decoders into `blocks`, which keeps what earlier scans decoded.
 // Returns the first failure.
-inline ZeqStatus libraryDecodeScan(const Frame& f, Blocks& blocks, const std::vector<int>& members,
-                                   int ss, int se, int ah, int al, const TableDefinition* dcDefs,
+inline ZeqStatus libraryDecodeScan(const Frame& f, Blocks& blocks,
+                                   const std::vector<BlockRef>& order, int ss, int se, int ah,
+                                   int al, const TableDefinition* dcDefs,
                                    const TableDefinition* acDefs,
                                    const std::vector<uint8_t>& data) {
     DecodeSpecBuffer dc[4], ac[4];
@@ -173,7 +187,7 @@ inline ZeqStatus libraryDecodeScan(const Frame& f, Blocks& blocks, const std::ve
     int32_t pos = 0, marker = 0;
     const int32_t len = int32_t(data.size());
     std::vector<int16_t> lastDC(f.components.size(), 0);
-    for (BlockRef b : scanBlocks(f, members)) {
+    for (BlockRef b : order) {
         int16_t* block = blockAt(blocks, b);
         const HuffmanDecodeSpec* dcTable = dc[tableOf(f, b.component, true)].get();
         const HuffmanDecodeSpec* acTable = ac[tableOf(f, b.component, false)].get();
@@ -194,6 +208,13 @@ inline ZeqStatus libraryDecodeScan(const Frame& f, Blocks& blocks, const std::ve
         if (status != StatusOk) return status;
     }
     return StatusOk;
+}
+inline ZeqStatus libraryDecodeScan(const Frame& f, Blocks& blocks, const std::vector<int>& members,
+                                   int ss, int se, int ah, int al, const TableDefinition* dcDefs,
+                                   const TableDefinition* acDefs,
+                                   const std::vector<uint8_t>& data) {
+    return libraryDecodeScan(f, blocks, scanBlocks(f, members), ss, se, ah, al, dcDefs, acDefs,
+                             data);
 }
 
 }  // namespace zeq::test

@@ -36,19 +36,6 @@ ZEQ_ENTROPY_INLINE ZeqStatus correct(Reader& in, int16_t* coefficient, int32_t p
     return StatusOk;
 }
 
-// Runs a decoder on a reader over the caller's stream and hands the reader
-// and the run back, whatever the status.
-template <class Code>
-ZEQ_ENTROPY_INLINE ZeqStatus onStream(const uint8_t* src, int32_t srcLen, int32_t* srcPos,
-                                      int32_t* marker, HuffmanDecodeState* state, Code code) {
-    StreamBitReader in = openStream(src, srcLen, srcPos, marker, state);
-    int32_t eobRun = loadField<int32_t>(state, kEobRunAt);
-    const ZeqStatus status = code(in, &eobRun);
-    closeStream(in, srcPos, state);
-    storeField<int32_t>(state, kEobRunAt, eobRun);
-    return status;
-}
-
 // No overrun check: a run past se lands in the tail of the zigzag table, at
 // index 78 at most.
 template <class Reader>
@@ -152,20 +139,16 @@ ZeqStatus decodeDCRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* s
     return status;
 }
 
-ZeqStatus decodeACFirstWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
-                                 int32_t* marker, int ss, int se, int al,
-                                 const HuffmanDecodeSpec* ac, HuffmanDecodeState* state) {
-    return onStream(src, srcLen, srcPos, marker, state, [&](StreamBitReader& in, int32_t* run) {
-        return decodeACFirst(in, dst, ss, se, al, ac, run);
-    });
-}
-
-ZeqStatus decodeACRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
-                                  int32_t* marker, int ss, int se, int al,
-                                  const HuffmanDecodeSpec* ac, HuffmanDecodeState* state) {
-    return onStream(src, srcLen, srcPos, marker, state, [&](StreamBitReader& in, int32_t* run) {
-        return decodeACRefine(in, dst, ss, se, al, ac, run);
-    });
+ZeqStatus decodeBandWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
+                              int32_t* marker, int ss, int se, int al, const HuffmanDecodeSpec* ac,
+                              HuffmanDecodeState* state, bool refinement) {
+    StreamBitReader in = openStream(src, srcLen, srcPos, marker, state);
+    int32_t eobRun = loadField<int32_t>(state, kEobRunAt);
+    const ZeqStatus status = refinement ? decodeACRefine(in, dst, ss, se, al, ac, &eobRun)
+                                        : decodeACFirst(in, dst, ss, se, al, ac, &eobRun);
+    closeStream(in, srcPos, state);
+    storeField<int32_t>(state, kEobRunAt, eobRun);
+    return status;
 }
 
 }  // namespace zeq

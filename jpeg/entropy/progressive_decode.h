@@ -20,12 +20,10 @@ ZeqStatus decodeDCFirstWithState(const uint8_t* src, int32_t srcLen, int32_t* sr
                                  const HuffmanDecodeSpec* dc, HuffmanDecodeState* state);
 ZeqStatus decodeDCRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
                                   int32_t* marker, int al, HuffmanDecodeState* state);
-ZeqStatus decodeACFirstWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
-                                 int32_t* marker, int ss, int se, int al,
-                                 const HuffmanDecodeSpec* ac, HuffmanDecodeState* state);
-ZeqStatus decodeACRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
-                                  int32_t* marker, int ss, int se, int al,
-                                  const HuffmanDecodeSpec* ac, HuffmanDecodeState* state);
+// The band of one block in an AC first scan, or in an AC refinement scan.
+ZeqStatus decodeBandWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
+                              int32_t* marker, int ss, int se, int al, const HuffmanDecodeSpec* ac,
+                              HuffmanDecodeState* state, bool refinement);
 
 }  // namespace zeq
 

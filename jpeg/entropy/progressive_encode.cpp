@@ -47,25 +47,16 @@ ZeqStatus encodeDCRefineWithState(const int16_t* src, uint8_t* dst, int32_t dstL
     return status;
 }
 
-ZeqStatus encodeACFirstWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
-                                 int ss, int se, int al, const HuffmanEncodeSpec* ac,
-                                 HuffmanEncodeState* state) {
-    BandRun run = loadBandRun(state, false);
+ZeqStatus encodeBandWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                              int ss, int se, int al, const HuffmanEncodeSpec* ac,
+                              HuffmanEncodeState* state, bool refinement) {
+    BandRun run = loadBandRun(state, refinement);
     const ZeqStatus status =
         codeIntoStream(dst, dstLen, dstPos, state, kWorstCaseProgressiveBytes, [&](auto& out) {
-            return encodeACFirst(src, ss, se, al, ac, run, kLargestProgressiveCategory, out);
+            return refinement
+                       ? encodeACRefine(src, ss, se, al, ac, run, out)
+                       : encodeACFirst(src, ss, se, al, ac, run, kLargestProgressiveCategory, out);
         });
-    storeBandRun(state, run);
-    return status;
-}
-
-ZeqStatus encodeACRefineWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
-                                  int ss, int se, int al, const HuffmanEncodeSpec* ac,
-                                  HuffmanEncodeState* state) {
-    BandRun run = loadBandRun(state, true);
-    const ZeqStatus status =
-        codeIntoStream(dst, dstLen, dstPos, state, kWorstCaseProgressiveBytes,
-                       [&](auto& out) { return encodeACRefine(src, ss, se, al, ac, run, out); });
     storeBandRun(state, run);
     return status;
 }

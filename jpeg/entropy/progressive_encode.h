@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "core/arg_checks.h"
 #include "jpeg/entropy/baseline_encode.h"
 #include "jpeg/entropy/bit_writer.h"
 #include "jpeg/entropy/scan_order.h"
@@ -46,6 +47,15 @@ constexpr bool validSuccessiveApproximationBit(int32_t al) {
 }
 constexpr bool validSpectralBand(int32_t ss, int32_t se) {
     return ss >= kFirstACIndex && ss <= kLastZigzagIndex && se >= ss && se <= kLastZigzagIndex;
+}
+// The block and band checks of the AC encoders and statistics (after a flush
+// has been ruled out).
+constexpr ZeqStatus checkBandBlock(const int16_t* src, int32_t ss, int32_t se, int32_t al) {
+    return ArgChecks()
+        .pointer(src)
+        .argument(validSpectralBand(ss, se))
+        .argument(validSuccessiveApproximationBit(al))
+        .status();
 }
 
 // The end-of-band run of one band, carried from block to block in the
@@ -208,12 +218,10 @@ ZeqStatus encodeDCFirstWithState(const int16_t* src, uint8_t* dst, int32_t dstLe
                                  HuffmanEncodeState* state);
 ZeqStatus encodeDCRefineWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                                   int al, HuffmanEncodeState* state);
-ZeqStatus encodeACFirstWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
-                                 int ss, int se, int al, const HuffmanEncodeSpec* ac,
-                                 HuffmanEncodeState* state);
-ZeqStatus encodeACRefineWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
-                                  int ss, int se, int al, const HuffmanEncodeSpec* ac,
-                                  HuffmanEncodeState* state);
+// The band of one block in an AC first scan, or in an AC refinement scan.
+ZeqStatus encodeBandWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                              int ss, int se, int al, const HuffmanEncodeSpec* ac,
+                              HuffmanEncodeState* state, bool refinement);
 // Codes the pending run (with its correction bits for refinement), pads the
 // last byte and resets the state, also when a write failed.
 ZeqStatus flushBandWithState(uint8_t* dst, int32_t dstLen, int32_t* dstPos,

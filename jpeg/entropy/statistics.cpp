@@ -11,16 +11,6 @@ namespace {
 constexpr CategoryLimits kSequentialCountedLimits{15, 14};
 constexpr int kLargestLoneCategory = 16;
 
-// Runs a band coder with a counter on the run kept in the state.
-template <class Code>
-ZeqStatus countBand(HuffmanEncodeState* state, Code code) {
-    BandRun run = loadBandRun(state, false);
-    SymbolCounter counter;
-    const ZeqStatus status = code(run, counter);
-    storeBandRun(state, run);
-    return status;
-}
-
 }  // namespace
 
 ZeqStatus countBlockSymbols(const int16_t* src, int32_t* dcCounts, int32_t* acCounts,
@@ -42,19 +32,16 @@ ZeqStatus countDCFirstSymbols(const int16_t* src, int32_t* dcCounts, int16_t* la
     return encodeDCFirst(src[0], lastDC, al, tableOfCounts(dcCounts), counter);
 }
 
-ZeqStatus countACFirstSymbols(const int16_t* src, int32_t* acCounts, int ss, int se, int al,
-                              HuffmanEncodeState* state) {
-    return countBand(state, [&](BandRun& run, SymbolCounter& counter) {
-        return encodeACFirst(src, ss, se, al, tableOfCounts(acCounts), run,
-                             kLargestACFirstCountedCategory, counter);
-    });
-}
-
-ZeqStatus countACRefineSymbols(const int16_t* src, int32_t* acCounts, int ss, int se, int al,
-                               HuffmanEncodeState* state) {
-    return countBand(state, [&](BandRun& run, SymbolCounter& counter) {
-        return encodeACRefine(src, ss, se, al, tableOfCounts(acCounts), run, counter);
-    });
+ZeqStatus countBandSymbols(const int16_t* src, int32_t* acCounts, int ss, int se, int al,
+                           HuffmanEncodeState* state, bool refinement) {
+    BandRun run = loadBandRun(state, false);
+    SymbolCounter counter;
+    const HuffmanEncodeSpec* counts = tableOfCounts(acCounts);
+    const ZeqStatus status = refinement ? encodeACRefine(src, ss, se, al, counts, run, counter)
+                                        : encodeACFirst(src, ss, se, al, counts, run,
+                                                        kLargestACFirstCountedCategory, counter);
+    storeBandRun(state, run);
+    return status;
 }
 
 ZeqStatus countBandEnd(int32_t* acCounts, HuffmanEncodeState* state, bool refinement) {

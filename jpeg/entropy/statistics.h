@@ -20,10 +20,8 @@ ZeqStatus countLoneValue(const int16_t* src, int32_t* counts);
 ZeqStatus countDCFirstSymbols(const int16_t* src, int32_t* dcCounts, int16_t* lastDC, int al);
 // The progressive AC passes carry their run in the state's eobRun and
 // correctionCount; the correction bits themselves are not kept.
-ZeqStatus countACFirstSymbols(const int16_t* src, int32_t* acCounts, int ss, int se, int al,
-                              HuffmanEncodeState* state);
-ZeqStatus countACRefineSymbols(const int16_t* src, int32_t* acCounts, int ss, int se, int al,
-                               HuffmanEncodeState* state);
+ZeqStatus countBandSymbols(const int16_t* src, int32_t* acCounts, int ss, int se, int al,
+                           HuffmanEncodeState* state, bool refinement);
 // Counts the pending run and resets the whole state, also when the count
 // failed; returns the status of the count.
 ZeqStatus countBandEnd(int32_t* acCounts, HuffmanEncodeState* state, bool refinement);

@@ -31,30 +31,27 @@ extern "C" ZeqStatus zeqiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(const int16
     return countDCFirstSymbols(src, dcStatistics, lastDC, Al);
 }
 
+namespace {
+
+// Counts and state; a flush counts the pending run; otherwise the block and its band.
+ZeqStatus countBand(const int16_t* src, int32_t* acStatistics, int32_t Ss, int32_t Se, int32_t Al,
+                    HuffmanEncodeState* state, int32_t flush, bool refinement) {
+    if (ZeqStatus s = ArgChecks().pointers(acStatistics, state).status()) return s;
+    if (flush != 0) return countBandEnd(acStatistics, state, refinement);
+    if (ZeqStatus s = checkBandBlock(src, Ss, Se, Al)) return s;
+    return countBandSymbols(src, acStatistics, Ss, Se, Al, state, refinement);
+}
+
+}  // namespace
+
 extern "C" ZeqStatus zeqiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(
     const int16_t* src, int32_t* acStatistics, int32_t Ss, int32_t Se, int32_t Al,
     HuffmanEncodeState* state, int32_t flush) {
-    if (ZeqStatus s = ArgChecks().pointers(acStatistics, state).status()) return s;
-    if (flush != 0) return countBandEnd(acStatistics, state, false);
-    if (ZeqStatus s = ArgChecks()
-                          .pointer(src)
-                          .argument(validSpectralBand(Ss, Se))
-                          .argument(validSuccessiveApproximationBit(Al))
-                          .status())
-        return s;
-    return countACFirstSymbols(src, acStatistics, Ss, Se, Al, state);
+    return countBand(src, acStatistics, Ss, Se, Al, state, flush, false);
 }
 
 extern "C" ZeqStatus zeqiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(
     const int16_t* src, int32_t* acStatistics, int32_t Ss, int32_t Se, int32_t Al,
     HuffmanEncodeState* state, int32_t flush) {
-    if (ZeqStatus s = ArgChecks().pointers(acStatistics, state).status()) return s;
-    if (flush != 0) return countBandEnd(acStatistics, state, true);
-    if (ZeqStatus s = ArgChecks()
-                          .pointer(src)
-                          .argument(validSpectralBand(Ss, Se))
-                          .argument(validSuccessiveApproximationBit(Al))
-                          .status())
-        return s;
-    return countACRefineSymbols(src, acStatistics, Ss, Se, Al, state);
+    return countBand(src, acStatistics, Ss, Se, Al, state, flush, true);
 }

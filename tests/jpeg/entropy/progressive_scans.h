@@ -3,6 +3,8 @@
 #ifndef ZEQ_TESTS_JPEG_ENTROPY_PROGRESSIVE_SCANS_H
 #define ZEQ_TESTS_JPEG_ENTROPY_PROGRESSIVE_SCANS_H
 
+#include <array>
+#include <initializer_list>
 #include <map>
 #include <random>
 #include <utility>
@@ -14,6 +16,14 @@
 #include "tests/jpeg/entropy/progressive_drivers.h"
 
 namespace zeq::test {
+
+// A block with the given values at zigzag indices, zeros elsewhere.
+inline std::array<int16_t, 64> zigzagBlock(
+    std::initializer_list<std::pair<int, int16_t>> zigzagValues) {
+    std::array<int16_t, 64> b{};
+    for (auto [k, v] : zigzagValues) b[zeq::NaturalOfZigzag[size_t(k)]] = v;
+    return b;
+}
 
 // A random valid script: DC first with a random Al, its refinements; per
 // component a random split of 1..63 into bands, each with a random first Al

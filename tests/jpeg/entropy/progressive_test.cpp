@@ -21,12 +21,6 @@ using namespace zeq::test;
 using Block = std::array<int16_t, 64>;
 using Bytes = std::vector<uint8_t>;
 
-Block zigzagBlock(std::initializer_list<std::pair<int, int16_t>> zigzagValues) {
-    Block b{};
-    for (auto [k, v] : zigzagValues) b[zeq::NaturalOfZigzag[size_t(k)]] = v;
-    return b;
-}
-
 // The encoders over one stream, with the every-symbol table (code of s = byte s).
 struct Encoder {
     ZeqStatus dcFirst(const Block& b, int al) {

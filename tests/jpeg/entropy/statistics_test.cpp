@@ -22,12 +22,6 @@ using namespace zeq::test;
 using Block = std::array<int16_t, 64>;
 using Counts = std::vector<int32_t>;
 
-Block zigzagBlock(std::initializer_list<std::pair<int, int16_t>> zigzagValues) {
-    Block b{};
-    for (auto [k, v] : zigzagValues) b[zeq::NaturalOfZigzag[size_t(k)]] = v;
-    return b;
-}
-
 // Only the listed counters are non-zero.
 Counts countsWith(std::initializer_list<std::pair<int, int32_t>> entries) {
     Counts c(257, 0);

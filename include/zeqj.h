@@ -477,9 +477,116 @@ ZEQJ_API ZeqStatus zeqiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(
 
 /* ---- JPEG progressive block coding ---------------------------------- */
 
+/* DC first scan: codes the difference of src[0] >> Al to the last DC, or flushes. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(const int16_t* src, uint8_t* dst,
+                                                             int32_t dstLen, int32_t* dstPos,
+                                                             int16_t* lastDC, int32_t Al,
+                                                             const HuffmanEncodeSpec* dcTable,
+                                                             HuffmanEncodeState* state,
+                                                             int32_t flush);
+/* DC refinement scan: writes bit Al of src[0], or flushes. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(const int16_t* src, uint8_t* dst,
+                                                              int32_t dstLen, int32_t* dstPos,
+                                                              int32_t Al,
+                                                              HuffmanEncodeState* state,
+                                                              int32_t flush);
+/* AC first scan of band Ss..Se with end-of-band runs across blocks; a flush codes the run. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffman8x8_ACFirst_JPEG_16s1u_C1(const int16_t* src, uint8_t* dst,
+                                                             int32_t dstLen, int32_t* dstPos,
+                                                             int32_t Ss, int32_t Se, int32_t Al,
+                                                             const HuffmanEncodeSpec* acTable,
+                                                             HuffmanEncodeState* state,
+                                                             int32_t flush);
+/* AC refinement scan of band Ss..Se with buffered correction bits; a flush codes the run. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(const int16_t* src, uint8_t* dst,
+                                                              int32_t dstLen, int32_t* dstPos,
+                                                              int32_t Ss, int32_t Se, int32_t Al,
+                                                              const HuffmanEncodeSpec* acTable,
+                                                              HuffmanEncodeState* state,
+                                                              int32_t flush);
+/* DC first scan: decodes the DC difference and stores the DC value << Al in dst[0]. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(const uint8_t* src, int32_t srcLen,
+                                                             int32_t* srcPos, int16_t* dst,
+                                                             int16_t* lastDC, int32_t* marker,
+                                                             int32_t Al,
+                                                             const HuffmanDecodeSpec* dcTable,
+                                                             HuffmanDecodeState* state);
+/* DC refinement scan: reads one bit and sets bit Al of dst[0] when it is 1. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(const uint8_t* src, int32_t srcLen,
+                                                              int32_t* srcPos, int16_t* dst,
+                                                              int32_t* marker, int32_t Al,
+                                                              HuffmanDecodeState* state);
+/* AC first scan of band Ss..Se into the caller's block; a block inside an end-of-band run stays as it is. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(const uint8_t* src, int32_t srcLen,
+                                                             int32_t* srcPos, int16_t* dst,
+                                                             int32_t* marker, int32_t Ss,
+                                                             int32_t Se, int32_t Al,
+                                                             const HuffmanDecodeSpec* acTable,
+                                                             HuffmanDecodeState* state);
+/* AC refinement scan of band Ss..Se: new coefficients of +-(1 << Al) and correction bits. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(const uint8_t* src, int32_t srcLen,
+                                                              int32_t* srcPos, int16_t* dst,
+                                                              int32_t* marker, int32_t Ss,
+                                                              int32_t Se, int32_t Al,
+                                                              const HuffmanDecodeSpec* acTable,
+                                                              HuffmanDecodeState* state);
+
 /* ---- JPEG statistics for optimal tables ----------------------------- */
 
+/* Adds the DC and AC symbols one sequential block codes to 257-entry counters. */
+ZEQJ_API ZeqStatus zeqiGetHuffmanStatistics8x8_JPEG_16s_C1(const int16_t* src,
+                                                          int32_t* dcStatistics,
+                                                          int32_t* acStatistics, int16_t* lastDC);
+/* Adds the category symbol of one lone value. */
+ZEQJ_API ZeqStatus zeqiGetHuffmanStatisticsOne_JPEG_16s_C1(const int16_t* src,
+                                                          int32_t* statistics);
+/* Adds the symbol of a DC first scan (difference of src[0] >> Al). */
+ZEQJ_API ZeqStatus zeqiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(const int16_t* src,
+                                                                  int32_t* dcStatistics,
+                                                                  int16_t* lastDC, int32_t Al);
+/* Adds the symbols of an AC first scan of band Ss..Se (run kept in state; flush ends it). */
+ZEQJ_API ZeqStatus zeqiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(const int16_t* src,
+                                                                  int32_t* acStatistics,
+                                                                  int32_t Ss, int32_t Se,
+                                                                  int32_t Al,
+                                                                  HuffmanEncodeState* state,
+                                                                  int32_t flush);
+/* Adds the symbols of an AC refinement scan of band Ss..Se (run kept in state; flush ends it). */
+ZEQJ_API ZeqStatus zeqiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(const int16_t* src,
+                                                                   int32_t* acStatistics,
+                                                                   int32_t Ss, int32_t Se,
+                                                                   int32_t Al,
+                                                                   HuffmanEncodeState* state,
+                                                                   int32_t flush);
+
 /* ---- JPEG lossless prediction and row coding ------------------------ */
+
+/* Differences of a scan's first row: sample 0 against 2^(P - Pt - 1), the rest against the left. */
+ZEQJ_API ZeqStatus zeqiDiffPredFirstRow_JPEG_16s_C1(const int16_t* src, int16_t* dst,
+                                                    int32_t width, int32_t P, int32_t Pt);
+/* Differences of a later row: sample 0 against the one above, the rest by predictor 1..7. */
+ZEQJ_API ZeqStatus zeqiDiffPredRow_JPEG_16s_C1(const int16_t* src, const int16_t* prevRow,
+                                               int16_t* dst, int32_t width, int32_t predictor);
+/* Samples of a scan's first row from its differences. */
+ZEQJ_API ZeqStatus zeqiReconstructPredFirstRow_JPEG_16s_C1(const int16_t* src, int16_t* dst,
+                                                           int32_t width, int32_t P, int32_t Pt);
+/* Samples of a later row from its differences and the reconstructed row above. */
+ZEQJ_API ZeqStatus zeqiReconstructPredRow_JPEG_16s_C1(const int16_t* src, const int16_t* prevRow,
+                                                      int16_t* dst, int32_t width,
+                                                      int32_t predictor);
+/* Codes one row of differences of 1..4 components (more are taken as 4), interleaved; or flushes. */
+ZEQJ_API ZeqStatus zeqiEncodeHuffmanRow_JPEG_16s1u_P4C1(const int16_t* const srcPlanes[4],
+                                                       int32_t width, int32_t nComps, uint8_t* dst,
+                                                       int32_t dstLen, int32_t* dstPos,
+                                                       const HuffmanEncodeSpec* const tables[4],
+                                                       HuffmanEncodeState* state, int32_t flush);
+/* Decodes one interleaved row of differences into 1..4 component rows. */
+ZEQJ_API ZeqStatus zeqiDecodeHuffmanRow_JPEG_1u16s_C1P4(const uint8_t* src, int32_t srcLen,
+                                                       int32_t* srcPos,
+                                                       int16_t* const dstPlanes[4], int32_t width,
+                                                       int32_t nComps, int32_t* marker,
+                                                       const HuffmanDecodeSpec* const tables[4],
+                                                       HuffmanDecodeState* state);
 
 /* ---- JPEG 2000 component transforms --------------------------------- */
 

@@ -8,10 +8,6 @@ namespace zeq {
 
 namespace {
 
-constexpr int kCategoryMask = 15;
-constexpr int kZeroRunCode = 15;  // run nibble of ZRL (with size 0)
-constexpr int kZeroRunLength = 16;
-
 // Covered positions: the next zigzag index, which is 64 minus the positions
 // still to decode.
 template <class Reader>
@@ -21,15 +17,7 @@ ZEQ_ENTROPY_INLINE ZeqStatus decodeBlockBody(Reader& in, int16_t* dst, int16_t* 
     int symbol;
     if (ZeqStatus status = in.symbol(dc, &symbol)) return status;
     next = 1;
-    const int s = symbol & kCategoryMask;
-    int16_t value = *lastDC;
-    if (s != 0) {
-        int32_t diff;
-        if (ZeqStatus status = in.extended(s, &diff)) return status;
-        value = static_cast<int16_t>(value + diff);
-        *lastDC = value;
-    }
-    dst[0] = value;
+    if (ZeqStatus status = dcValueOfSymbol(in, symbol, lastDC, &dst[0])) return status;
 
     while (next < kBlockSize) {
         if (ZeqStatus status = in.symbol(ac, &symbol)) return status;
@@ -80,24 +68,15 @@ ZeqStatus decodeBlockWithState(const uint8_t* src, int32_t srcLen, int32_t* srcP
     return status;
 }
 
-// Category 16 and above stand for the difference 32768 (the pattern 0x8000)
-// and carry no extra bits. The value is stored only on success.
+// The value is stored only on success.
 ZeqStatus decodeOneWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
                              int32_t* marker, const HuffmanDecodeSpec* table,
                              HuffmanDecodeState* state) {
-    constexpr int kSymbolOnlyCategory = 16;
     StreamBitReader in = openStream(src, srcLen, srcPos, marker, state);
-    int s;
-    int32_t value = 0;
-    ZeqStatus status = in.symbol(table, &s);
-    if (status == StatusOk) {
-        if (s >= kSymbolOnlyCategory)
-            value = -32768;
-        else if (s > 0)
-            status = in.extended(s, &value);
-    }
+    int16_t value;
+    const ZeqStatus status = decodeLoneValue(in, table, &value);
     closeStream(in, srcPos, state);
-    if (status == StatusOk) *dst = static_cast<int16_t>(value);
+    if (status == StatusOk) *dst = value;
     return status;
 }
 

@@ -1,13 +1,14 @@
 #include "jpeg/entropy/baseline_encode.h"
 
 #include "jpeg/entropy/scan_order.h"
+#include "jpeg/entropy/symbol_counter.h"
 
 namespace zeq {
 
 template <class Writer>
 ZeqStatus encodeBlockScalar(const int16_t* src, int16_t* lastDC, const HuffmanEncodeSpec* dc,
-                            const HuffmanEncodeSpec* ac, Writer& out) {
-    if (ZeqStatus status = encodeDCDifference(src[0], lastDC, dc, out)) return status;
+                            const HuffmanEncodeSpec* ac, Writer& out, CategoryLimits limits) {
+    if (ZeqStatus status = encodeDCDifference(src[0], lastDC, dc, out, limits.dc)) return status;
     int run = 0;
     for (int k = 1; k < kBlockSize; ++k) {
         const int16_t c = src[NaturalOfZigzag[k]];
@@ -15,42 +16,32 @@ ZeqStatus encodeBlockScalar(const int16_t* src, int16_t* lastDC, const HuffmanEn
             ++run;
             continue;
         }
-        if (ZeqStatus status = encodeACCoefficient(run, c, ac, out)) return status;
+        if (ZeqStatus status = encodeACCoefficient(run, c, ac, out, limits.ac)) return status;
         run = 0;
     }
     return run > 0 ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
 }
 
 template ZeqStatus encodeBlockScalar(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
-                                     const HuffmanEncodeSpec*, BoundedBitWriter&);
+                                     const HuffmanEncodeSpec*, BoundedBitWriter&, CategoryLimits);
 template ZeqStatus encodeBlockScalar(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
-                                     const HuffmanEncodeSpec*, FastBitWriter&);
+                                     const HuffmanEncodeSpec*, FastBitWriter&, CategoryLimits);
 template ZeqStatus encodeBlockScalar(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
-                                     const HuffmanEncodeSpec*, DirectBitWriter&);
+                                     const HuffmanEncodeSpec*, DirectBitWriter&, CategoryLimits);
+template ZeqStatus encodeBlockScalar(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
+                                     const HuffmanEncodeSpec*, SymbolCounter&, CategoryLimits);
 
 ZeqStatus encodeBlockWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                                int16_t* lastDC, const HuffmanEncodeSpec* dc,
                                const HuffmanEncodeSpec* ac, HuffmanEncodeState* state) {
-    if (int64_t{dstLen} - *dstPos >= kWorstCaseBlockBytes) {
-        FastBitWriter out(dst, *dstPos, state);
-        const ZeqStatus status = encodeBlockSse2(src, lastDC, dc, ac, out);
-        out.close(dstPos, state);
-        return status;
-    }
-    BoundedBitWriter out(dst, dstLen, *dstPos, state);
-    const ZeqStatus status = encodeBlockSse2(src, lastDC, dc, ac, out);
-    out.close(dstPos, state);
-    return status;
+    return codeIntoStream(dst, dstLen, dstPos, state, kWorstCaseBlockBytes,
+                          [&](auto& out) { return encodeBlockSse2(src, lastDC, dc, ac, out); });
 }
 
-// Category 16 (the value -32768) is coded by its symbol alone.
 ZeqStatus encodeOneWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                              const HuffmanEncodeSpec* table, HuffmanEncodeState* state) {
-    constexpr int kSymbolOnlyCategory = 16;
     BoundedBitWriter out(dst, dstLen, *dstPos, state);
-    const int s = magnitudeCategory(*src);
-    const ZeqStatus status =
-        out.symbolWithBits(table, s, extraBits(*src, s), s < kSymbolOnlyCategory ? s : 0);
+    const ZeqStatus status = encodeLoneValue(*src, table, out);
     out.close(dstPos, state);
     return status;
 }

@@ -2,6 +2,7 @@
 
 #include "core/sse2.h"
 #include "jpeg/entropy/baseline_encode.h"
+#include "jpeg/entropy/symbol_counter.h"
 #include "jpeg/zigzag.h"
 
 namespace zeq {
@@ -44,14 +45,15 @@ uint64_t zigzagNonZeroMask(const int16_t* block) {
 template <class Writer>
 ZEQ_ENTROPY_INLINE ZeqStatus walkBlock(const int16_t* src, int16_t* lastDC,
                                        const HuffmanEncodeSpec* dc, const HuffmanEncodeSpec* ac,
-                                       Writer& out) {
-    if (ZeqStatus status = encodeDCDifference(src[0], lastDC, dc, out)) return status;
+                                       Writer& out, CategoryLimits limits) {
+    if (ZeqStatus status = encodeDCDifference(src[0], lastDC, dc, out, limits.dc)) return status;
     uint64_t pending = zigzagNonZeroMask(src) & ~uint64_t{1};
     int last = 0;
     while (pending != 0) {
         const int k = __builtin_ctzll(pending);
         pending &= pending - 1;
-        if (ZeqStatus status = encodeACCoefficient(k - last - 1, src[NaturalOfZigzag[k]], ac, out))
+        if (ZeqStatus status =
+                encodeACCoefficient(k - last - 1, src[NaturalOfZigzag[k]], ac, out, limits.ac))
             return status;
         last = k;
     }
@@ -63,18 +65,20 @@ ZEQ_ENTROPY_INLINE ZeqStatus walkBlock(const int16_t* src, int16_t* lastDC,
 // The writer works as a local copy: its fields stay in registers.
 template <class Writer>
 ZeqStatus encodeBlockSse2(const int16_t* src, int16_t* lastDC, const HuffmanEncodeSpec* dc,
-                          const HuffmanEncodeSpec* ac, Writer& out) {
+                          const HuffmanEncodeSpec* ac, Writer& out, CategoryLimits limits) {
     Writer local = out;
-    const ZeqStatus status = walkBlock(src, lastDC, dc, ac, local);
+    const ZeqStatus status = walkBlock(src, lastDC, dc, ac, local, limits);
     out = local;
     return status;
 }
 
 template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
-                                   const HuffmanEncodeSpec*, BoundedBitWriter&);
+                                   const HuffmanEncodeSpec*, BoundedBitWriter&, CategoryLimits);
 template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
-                                   const HuffmanEncodeSpec*, FastBitWriter&);
+                                   const HuffmanEncodeSpec*, FastBitWriter&, CategoryLimits);
 template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
-                                   const HuffmanEncodeSpec*, DirectBitWriter&);
+                                   const HuffmanEncodeSpec*, DirectBitWriter&, CategoryLimits);
+template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
+                                   const HuffmanEncodeSpec*, SymbolCounter&, CategoryLimits);
 
 }  // namespace zeq

@@ -191,6 +191,27 @@ private:
 using FastBitWriter = StreamBitWriter<MissingCode::Fails>;
 using DirectBitWriter = StreamBitWriter<MissingCode::Skipped>;
 
+// Runs code(writer) on the caller's stream: with a FastBitWriter when at
+// least worstCaseBytes of room are left (the code cannot fill the
+// destination), with the BoundedBitWriter otherwise. Both give the same bytes,
+// position and pending bits, also when the code stops at a symbol without a
+// code.
+template <class Code>
+ZEQ_ENTROPY_INLINE ZeqStatus codeIntoStream(uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                                            HuffmanEncodeState* state, int32_t worstCaseBytes,
+                                            Code code) {
+    if (int64_t{dstLen} - *dstPos >= worstCaseBytes) {
+        FastBitWriter out(dst, *dstPos, state);
+        const ZeqStatus status = code(out);
+        out.close(dstPos, state);
+        return status;
+    }
+    BoundedBitWriter out(dst, dstLen, *dstPos, state);
+    const ZeqStatus status = code(out);
+    out.close(dstPos, state);
+    return status;
+}
+
 // Pads the pending bits to a whole byte with 1-bits, then resets the state,
 // also when the padding found the destination full (its bits are then lost).
 inline ZeqStatus flushEncodeState(uint8_t* dst, int32_t dstLen, int32_t* dstPos,

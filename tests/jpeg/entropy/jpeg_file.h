@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "tests/jpeg/entropy/huffman_test_support.h"
+#include "tests/jpeg/entropy/photo_blocks.h"
 
 namespace zeq::test {
 
@@ -44,6 +45,8 @@ struct Frame {
     }
 };
 
+using Blocks = std::vector<std::vector<int16_t>>;  // per component, 64 per block
+
 struct BlockRef {
     int component;
     int index;  // raster index among the component's blocks
@@ -72,6 +75,35 @@ inline std::vector<std::vector<BlockRef>> mcuOrder(const Frame& f) {
     return mcus;
 }
 
+// One 8x8 luma component, or Y, Cb, Cr sampled 4:2:0 (tables 0 and 1).
+inline Frame greyFrame(int width, int height, int interval) {
+    Frame f;
+    f.width = width;
+    f.height = height;
+    f.components = {{1, 1, 1, 0, 0}};
+    f.restartInterval = interval;
+    f.computeBlockCounts();
+    return f;
+}
+
+inline Frame colour420Frame(int width, int height, int interval) {
+    Frame f;
+    f.width = width;
+    f.height = height;
+    f.components = {{1, 2, 2, 0, 0}, {2, 1, 1, 1, 1}, {3, 1, 1, 1, 1}};
+    f.restartInterval = interval;
+    f.computeBlockCounts();
+    return f;
+}
+
+inline Blocks photoComponents(const Frame& f, uint32_t seed, PhotoBlockShape shape) {
+    Blocks blocks;
+    for (size_t c = 0; c < f.components.size(); ++c)
+        blocks.push_back(photoBlocks(f.components[c].widthInBlocks * f.components[c].heightInBlocks,
+                                     shape, seed + uint32_t(c)));
+    return blocks;
+}
+
 class SegmentWriter {
 public:
     void marker(uint8_t m) {
@@ -86,18 +118,14 @@ public:
     std::vector<uint8_t> bytes;
 };
 
-// SOI, DQT (all ones), SOF0, DHT (DC tables 0..1, AC tables 0..1), DRI, SOS,
-// the scan as given (RSTn markers included), EOI.
-inline std::vector<uint8_t> writeBaselineFile(const Frame& f, const TableDefinition* dc,
-                                              const TableDefinition* ac, int tableCount,
-                                              const std::vector<uint8_t>& scan) {
-    SegmentWriter w;
+// SOI, DQT (all ones) and the frame header (SOF0 baseline, SOF2 progressive).
+inline void writeFrameHeader(SegmentWriter& w, const Frame& f, uint8_t sofMarker) {
     w.marker(0xD8);
     w.marker(0xDB);
     w.u16(2 + 65);
     w.u8(0);
     for (int i = 0; i < 64; ++i) w.u8(1);
-    w.marker(0xC0);
+    w.marker(sofMarker);
     w.u16(8 + 3 * int(f.components.size()));
     w.u8(8);
     w.u16(f.height);
@@ -108,63 +136,132 @@ inline std::vector<uint8_t> writeBaselineFile(const Frame& f, const TableDefinit
         w.u8(c.h << 4 | c.v);
         w.u8(0);
     }
-    for (int cls = 0; cls < 2; ++cls)
-        for (int id = 0; id < tableCount; ++id) {
-            const TableDefinition& t = cls == 0 ? dc[id] : ac[id];
-            int count = 0;
-            for (uint8_t b : t.bits) count += b;
-            w.marker(0xC4);
-            w.u16(2 + 1 + 16 + count);
-            w.u8(cls << 4 | id);
-            for (uint8_t b : t.bits) w.u8(b);
-            for (int k = 0; k < count; ++k) w.u8(t.values[k]);
-        }
+}
+
+// One DHT segment per table: class 0 (DC) or 1 (AC), ids 0..count-1; a
+// definition without values is left out.
+inline void writeTables(SegmentWriter& w, int tableClass, const TableDefinition* tables,
+                        int count) {
+    for (int id = 0; id < count; ++id) {
+        const TableDefinition& t = tables[id];
+        int n = 0;
+        for (uint8_t b : t.bits) n += b;
+        if (n == 0) continue;
+        w.marker(0xC4);
+        w.u16(2 + 1 + 16 + n);
+        w.u8(tableClass << 4 | id);
+        for (uint8_t b : t.bits) w.u8(b);
+        for (int k = 0; k < n; ++k) w.u8(t.values[k]);
+    }
+}
+
+// SOS for the frame components at `members` (indices into f.components).
+inline void writeScanHeader(SegmentWriter& w, const Frame& f, const std::vector<int>& members,
+                            int ss, int se, int ah, int al) {
+    w.marker(0xDA);
+    w.u16(6 + 2 * int(members.size()));
+    w.u8(int(members.size()));
+    for (int m : members) {
+        const auto& c = f.components[size_t(m)];
+        w.u8(c.id);
+        w.u8(c.dcTable << 4 | c.acTable);
+    }
+    w.u8(ss);
+    w.u8(se);
+    w.u8(ah << 4 | al);
+}
+
+// SOI, DQT (all ones), SOF0, DHT (DC tables 0..1, AC tables 0..1), DRI, SOS,
+// the scan as given (RSTn markers included), EOI.
+inline std::vector<uint8_t> writeBaselineFile(const Frame& f, const TableDefinition* dc,
+                                              const TableDefinition* ac, int tableCount,
+                                              const std::vector<uint8_t>& scan) {
+    SegmentWriter w;
+    writeFrameHeader(w, f, 0xC0);
+    writeTables(w, 0, dc, tableCount);
+    writeTables(w, 1, ac, tableCount);
     if (f.restartInterval > 0) {
         w.marker(0xDD);
         w.u16(4);
         w.u16(f.restartInterval);
     }
-    w.marker(0xDA);
-    w.u16(6 + 2 * int(f.components.size()));
-    w.u8(int(f.components.size()));
-    for (const auto& c : f.components) {
-        w.u8(c.id);
-        w.u8(c.dcTable << 4 | c.acTable);
-    }
-    w.u8(0);
-    w.u8(63);
-    w.u8(0);
+    std::vector<int> all;
+    for (size_t i = 0; i < f.components.size(); ++i) all.push_back(int(i));
+    writeScanHeader(w, f, all, 0, 63, 0, 0);
     w.bytes.insert(w.bytes.end(), scan.begin(), scan.end());
     w.marker(0xD9);
     return w.bytes;
 }
 
-// The frame, the tables and the bytes from the start of the scan data to the
-// end of the file, of a baseline file with one scan.
+// One scan of a progressive file: its components (indices into the frame's),
+// spectral band and successive approximation, the tables it codes with (DHT
+// segments written just before its SOS) and its entropy-coded data. A
+// component's dcTable/acTable in the frame picks among the given tables.
+struct ProgressiveScan {
+    std::vector<int> components;
+    int ss = 0, se = 0, ah = 0, al = 0;
+    TableDefinition dc[4] = {}, ac[4] = {};  // by table id; ids without values are not written
+    std::vector<uint8_t> data;
+};
+
+// SOI, DQT, SOF2, then per scan its DHTs, SOS and data; EOI.
+inline std::vector<uint8_t> writeProgressiveFile(const Frame& f,
+                                                 const std::vector<ProgressiveScan>& scans) {
+    SegmentWriter w;
+    writeFrameHeader(w, f, 0xC2);
+    for (const ProgressiveScan& s : scans) {
+        writeTables(w, 0, s.dc, 4);
+        writeTables(w, 1, s.ac, 4);
+        writeScanHeader(w, f, s.components, s.ss, s.se, s.ah, s.al);
+        w.bytes.insert(w.bytes.end(), s.data.begin(), s.data.end());
+    }
+    w.marker(0xD9);
+    return w.bytes;
+}
+
+// One scan as read from a file: the tables defined before its SOS (the last
+// definition of each id wins), its header, and the bytes from the start of
+// its data to the end of the file.
+struct ParsedScan {
+    std::vector<int> components;           // indices into the frame's components
+    int dcTable[4] = {}, acTable[4] = {};  // per scan member
+    int ss = 0, se = 63, ah = 0, al = 0;
+    TableDefinition dc[4] = {}, ac[4] = {};
+    std::vector<uint8_t> data;
+};
+
 struct ParsedFile {
     Frame frame;
-    TableDefinition dc[4], ac[4];
-    std::vector<uint8_t> scan;
+    bool progressive = false;
+    std::vector<ParsedScan> scans;
+    TableDefinition dc[4] = {}, ac[4] = {};  // of the first scan
+    std::vector<uint8_t> scan;               // the first scan's data to the end of the file
     bool ok = false;
 };
 
-inline ParsedFile parseBaselineFile(const std::vector<uint8_t>& file) {
+// Frame header (SOF0, SOF1 or SOF2), DHT, DRI and every SOS with the data
+// behind it (up to the next marker other than RSTn).
+inline ParsedFile parseJpegFile(const std::vector<uint8_t>& file) {
     ParsedFile p;
+    TableDefinition dc[4] = {}, ac[4] = {};
     size_t at = 2;  // after SOI
     while (at + 4 <= file.size()) {
         if (file[at] != 0xFF) return p;
         const uint8_t m = file[at + 1];
+        if (m == 0xD9) break;
         const size_t length = size_t(file[at + 2]) << 8 | file[at + 3];
         const uint8_t* s = file.data() + at + 4;
-        if (m == 0xC0) {
+        if (m == 0xC0 || m == 0xC1 || m == 0xC2) {
+            p.progressive = m == 0xC2;
             p.frame.height = s[1] << 8 | s[2];
             p.frame.width = s[3] << 8 | s[4];
             for (int i = 0; i < s[5]; ++i)
                 p.frame.components.push_back(
                     {s[6 + 3 * i], s[7 + 3 * i] >> 4, s[7 + 3 * i] & 15, 0, 0});
+            p.frame.computeBlockCounts();
         } else if (m == 0xC4) {
             for (size_t k = 0; k < length - 2;) {
-                TableDefinition& t = (s[k] >> 4) == 0 ? p.dc[s[k] & 3] : p.ac[s[k] & 3];
+                TableDefinition& t = (s[k] >> 4) == 0 ? dc[s[k] & 3] : ac[s[k] & 3];
                 int count = 0;
                 for (int i = 0; i < 16; ++i) count += t.bits[i] = s[k + 1 + i];
                 t.values.assign(s + k + 17, s + k + 17 + count);
@@ -173,19 +270,53 @@ inline ParsedFile parseBaselineFile(const std::vector<uint8_t>& file) {
         } else if (m == 0xDD) {
             p.frame.restartInterval = s[0] << 8 | s[1];
         } else if (m == 0xDA) {
+            ParsedScan scan;
             for (int i = 0; i < s[0]; ++i) {
-                auto& c = p.frame.components[i];
-                c.dcTable = s[2 + 2 * i] >> 4;
-                c.acTable = s[2 + 2 * i] & 15;
+                for (size_t c = 0; c < p.frame.components.size(); ++c)
+                    if (p.frame.components[c].id == s[1 + 2 * i]) scan.components.push_back(int(c));
+                scan.dcTable[i] = s[2 + 2 * i] >> 4;
+                scan.acTable[i] = s[2 + 2 * i] & 15;
             }
-            p.scan.assign(file.begin() + long(at + 2 + length), file.end());
-            p.frame.computeBlockCounts();
-            p.ok = true;
-            return p;
+            const uint8_t* tail = s + 1 + 2 * s[0];
+            scan.ss = tail[0];
+            scan.se = tail[1];
+            scan.ah = tail[2] >> 4;
+            scan.al = tail[2] & 15;
+            for (int t = 0; t < 4; ++t) {
+                scan.dc[t] = dc[t];
+                scan.ac[t] = ac[t];
+            }
+            at += 2 + length;
+            scan.data.assign(file.begin() + long(at), file.end());
+            while (at + 1 < file.size() && !(file[at] == 0xFF && file[at + 1] != 0x00 &&
+                                             (file[at + 1] < 0xD0 || file[at + 1] > 0xD7)))
+                ++at;
+            p.scans.push_back(std::move(scan));
+            continue;
         }
         at += 2 + length;
     }
+    if (p.scans.empty()) return p;
+    // The frame's table choice is that of the first scan (all members of a
+    // baseline scan).
+    const ParsedScan& first = p.scans[0];
+    for (size_t i = 0; i < first.components.size(); ++i) {
+        p.frame.components[size_t(first.components[i])].dcTable = first.dcTable[i];
+        p.frame.components[size_t(first.components[i])].acTable = first.acTable[i];
+    }
+    for (int t = 0; t < 4; ++t) {
+        p.dc[t] = first.dc[t];
+        p.ac[t] = first.ac[t];
+    }
+    p.scan = first.data;
+    p.ok = true;
     return p;
+}
+
+// The frame, the tables and the bytes from the start of the scan data to the
+// end of the file, of a baseline file with one scan.
+inline ParsedFile parseBaselineFile(const std::vector<uint8_t>& file) {
+    return parseJpegFile(file);
 }
 
 }  // namespace zeq::test

@@ -6,70 +6,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csetjmp>
-#include <cstdio>
-#include <cstdlib>
 #include <vector>
-
-// clang-format off
-#include <jpeglib.h>
-// clang-format on
 
 #include "tests/common/test_support.h"
 #include "tests/jpeg/entropy/huffman_test_support.h"
 #include "tests/jpeg/entropy/jpeg_file.h"
+#include "tests/jpeg/entropy/libjpeg_oracle.h"
 #include "tests/jpeg/entropy/photo_blocks.h"
 #include "zeqj.h"
 
 namespace {
 
 using namespace zeq::test;
-using Blocks = std::vector<std::vector<int16_t>>;  // per component, 64 per block
-
-// libjpeg reports fatal errors through a jump back here, and counts warnings
-// (corrupt-data messages) so a test can require none.
-struct ErrorTrap {
-    jpeg_error_mgr manager;
-    std::jmp_buf jump;
-    static void onError(j_common_ptr info) {
-        std::longjmp(reinterpret_cast<ErrorTrap*>(info->err)->jump, 1);
-    }
-    void attach(j_common_ptr info) {
-        info->err = jpeg_std_error(&manager);
-        manager.error_exit = onError;
-        manager.emit_message = [](j_common_ptr info, int level) {
-            if (level < 0) ++info->err->num_warnings;
-        };
-    }
-};
-
-Frame greyFrame(int width, int height, int interval) {
-    Frame f;
-    f.width = width;
-    f.height = height;
-    f.components = {{1, 1, 1, 0, 0}};
-    f.restartInterval = interval;
-    f.computeBlockCounts();
-    return f;
-}
-
-Frame colour420Frame(int width, int height, int interval) {
-    Frame f;
-    f.width = width;
-    f.height = height;
-    f.components = {{1, 2, 2, 0, 0}, {2, 1, 1, 1, 1}, {3, 1, 1, 1, 1}};
-    f.restartInterval = interval;
-    f.computeBlockCounts();
-    return f;
-}
-
-Blocks photoComponents(const Frame& f, uint32_t seed, PhotoBlockShape shape) {
-    Blocks blocks;
-    for (size_t c = 0; c < f.components.size(); ++c)
-        blocks.push_back(photoBlocks(f.components[c].widthInBlocks * f.components[c].heightInBlocks,
-                                     shape, seed + uint32_t(c)));
-    return blocks;
-}
 
 // The scan through the library's block encoder (tables 0 and 1 of dc and ac): MCU order, a flush
 // and an RSTn marker after every interval, last DC values back to 0.
@@ -149,81 +97,6 @@ Blocks decodeScan(const ParsedFile& file) {
         }
     }
     return blocks;
-}
-
-// Reads a file with jpeg_read_coefficients; false on an error or a warning.
-bool libjpegReadCoefficients(const std::vector<uint8_t>& file, Blocks& blocks) {
-    jpeg_decompress_struct info;
-    ErrorTrap trap;
-    trap.attach(reinterpret_cast<j_common_ptr>(&info));
-    if (setjmp(trap.jump)) {
-        jpeg_destroy_decompress(&info);
-        return false;
-    }
-    jpeg_create_decompress(&info);
-    jpeg_mem_src(&info, file.data(), static_cast<unsigned long>(file.size()));
-    jpeg_read_header(&info, TRUE);
-    jvirt_barray_ptr* arrays = jpeg_read_coefficients(&info);
-    blocks.clear();
-    for (int ci = 0; ci < info.num_components; ++ci) {
-        const jpeg_component_info& c = info.comp_info[ci];
-        blocks.emplace_back();
-        for (JDIMENSION by = 0; by < c.height_in_blocks; ++by) {
-            JBLOCKARRAY row = info.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&info),
-                                                           arrays[ci], by, 1, FALSE);
-            for (JDIMENSION bx = 0; bx < c.width_in_blocks; ++bx)
-                blocks.back().insert(blocks.back().end(), row[0][bx], row[0][bx] + 64);
-        }
-    }
-    jpeg_finish_decompress(&info);
-    const long warnings = trap.manager.num_warnings;
-    jpeg_destroy_decompress(&info);
-    return warnings == 0;
-}
-
-// Writes a file with jpeg_write_coefficients (grey, or YCbCr 4:2:0 by the
-// defaults), optionally with libjpeg's own optimal tables.
-bool libjpegWriteCoefficients(const Frame& f, const Blocks& blocks, bool optimize,
-                              std::vector<uint8_t>& file) {
-    jpeg_compress_struct info;
-    ErrorTrap trap;
-    trap.attach(reinterpret_cast<j_common_ptr>(&info));
-    unsigned char* buffer = nullptr;
-    unsigned long size = 0;
-    std::vector<jvirt_barray_ptr> arrays;  // before the jump target: nothing to unwind after it
-    if (setjmp(trap.jump)) {
-        jpeg_destroy_compress(&info);
-        std::free(buffer);
-        return false;
-    }
-    jpeg_create_compress(&info);
-    jpeg_mem_dest(&info, &buffer, &size);
-    info.image_width = JDIMENSION(f.width);
-    info.image_height = JDIMENSION(f.height);
-    info.input_components = int(f.components.size());
-    info.in_color_space = f.components.size() == 1 ? JCS_GRAYSCALE : JCS_YCbCr;
-    jpeg_set_defaults(&info);
-    info.optimize_coding = optimize ? TRUE : FALSE;
-    info.restart_interval = static_cast<unsigned int>(f.restartInterval);
-    for (const auto& c : f.components)
-        arrays.push_back(info.mem->request_virt_barray(
-            reinterpret_cast<j_common_ptr>(&info), JPOOL_IMAGE, TRUE, JDIMENSION(c.widthInBlocks),
-            JDIMENSION(c.heightInBlocks), JDIMENSION(c.v)));
-    jpeg_write_coefficients(&info, arrays.data());
-    for (size_t ci = 0; ci < f.components.size(); ++ci) {
-        const auto& c = f.components[ci];
-        for (int by = 0; by < c.heightInBlocks; ++by) {
-            JBLOCKARRAY row = info.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&info),
-                                                           arrays[ci], JDIMENSION(by), 1, TRUE);
-            for (int bx = 0; bx < c.widthInBlocks; ++bx)
-                std::copy_n(&blocks[ci][64 * (size_t(by) * c.widthInBlocks + bx)], 64, row[0][bx]);
-        }
-    }
-    jpeg_finish_compress(&info);
-    jpeg_destroy_compress(&info);
-    file.assign(buffer, buffer + size);
-    std::free(buffer);
-    return true;
 }
 
 // The tables libjpeg codes with by default are those of T.81 Annex K.

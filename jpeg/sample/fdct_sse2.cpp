@@ -119,6 +119,25 @@ V128 roundNarrow(Wide v, int32_t bias) {
                            _mm_srai_epi32(_mm_add_epi32(v.hi, b), kShift));
 }
 
+// The first two butterfly stages of an 8-point pass in 16-bit lanes (the
+// bounds above keep them exact): differences d07..d34, then a = s07 + s34,
+// b = s16 + s25, c = s07 - s34, d = s16 - s25.
+struct Butterflies16 {
+    explicit Butterflies16(const V128 (&x)[8])
+        : d07(_mm_sub_epi16(x[0], x[7])),
+          d16(_mm_sub_epi16(x[1], x[6])),
+          d25(_mm_sub_epi16(x[2], x[5])),
+          d34(_mm_sub_epi16(x[3], x[4])) {
+        const V128 s07 = _mm_add_epi16(x[0], x[7]), s16 = _mm_add_epi16(x[1], x[6]);
+        const V128 s25 = _mm_add_epi16(x[2], x[5]), s34 = _mm_add_epi16(x[3], x[4]);
+        a = _mm_add_epi16(s07, s34);
+        b = _mm_add_epi16(s16, s25);
+        c = _mm_sub_epi16(s07, s34);
+        d = _mm_sub_epi16(s16, s25);
+    }
+    V128 d07, d16, d25, d34, a, b, c, d;
+};
+
 // u + 23170 for u = (46341 * d + 2048) >> 12 and |d| <= 255: with
 // x = 16 * d + 32768 (unsigned), (x * 46341) >> 16 adds exactly 23170.5
 // to 46341 * d / 4096, folding the rounding term into the multiply.
@@ -131,25 +150,20 @@ inline V128 rootTwoRoundedPlusOffset(V128 d) {
 // The level shift only changes the DC term (8 * 8 * 128), so it is applied
 // there alone; differences do not see it.
 void forwardRowPassOfSamples(V128 (&x)[8]) {
-    const V128 s07 = _mm_add_epi16(x[0], x[7]), d07 = _mm_sub_epi16(x[0], x[7]);
-    const V128 s16 = _mm_add_epi16(x[1], x[6]), d16 = _mm_sub_epi16(x[1], x[6]);
-    const V128 s25 = _mm_add_epi16(x[2], x[5]), d25 = _mm_sub_epi16(x[2], x[5]);
-    const V128 s34 = _mm_add_epi16(x[3], x[4]), d34 = _mm_sub_epi16(x[3], x[4]);
-    const V128 a = _mm_add_epi16(s07, s34), c = _mm_sub_epi16(s07, s34);
-    const V128 b = _mm_add_epi16(s16, s25), d = _mm_sub_epi16(s16, s25);
+    const Butterflies16 f(x);
 
     // P2 = 25080 c + 17734 (c + d), P6 = 17734 (c - d) - 25079 d.
     constexpr int32_t bias = 1 << (kPassOneShift - 1);
     x[2] = roundNarrow<kPassOneShift>(
-        madd(Pair(c, _mm_add_epi16(c, d)), factors(kEvenDifference, kEvenRotation)), bias);
-    x[6] = roundNarrow<kPassOneShift>(
-        madd(Pair(_mm_sub_epi16(c, d), d), factors(kEvenRotation, 2 * kEvenRotation - kEvenSum)),
-        bias);
+        madd(Pair(f.c, _mm_add_epi16(f.c, f.d)), factors(kEvenDifference, kEvenRotation)), bias);
+    x[6] = roundNarrow<kPassOneShift>(madd(Pair(_mm_sub_epi16(f.c, f.d), f.d),
+                                           factors(kEvenRotation, 2 * kEvenRotation - kEvenSum)),
+                                      bias);
 
     // A..D carry the offset of u and w; the rotations' biases take it back out.
-    const V128 u = rootTwoRoundedPlusOffset(d07), w = rootTwoRoundedPlusOffset(d34);
-    const V128 pq = _mm_slli_epi16(_mm_add_epi16(d16, d25), 3);
-    const V128 e = _mm_slli_epi16(_mm_sub_epi16(d16, d25), 3);
+    const V128 u = rootTwoRoundedPlusOffset(f.d07), w = rootTwoRoundedPlusOffset(f.d34);
+    const V128 pq = _mm_slli_epi16(_mm_add_epi16(f.d16, f.d25), 3);
+    const V128 e = _mm_slli_epi16(_mm_sub_epi16(f.d16, f.d25), 3);
     const Pair ab(_mm_add_epi16(pq, u), _mm_add_epi16(e, w));
     const Pair cd(_mm_sub_epi16(u, pq), _mm_sub_epi16(w, e));
     constexpr int32_t p1a = kFwdSin1 + kFwdCos1MinusSin1, p1b = kFwdSin1;
@@ -162,8 +176,8 @@ void forwardRowPassOfSamples(V128 (&x)[8]) {
     x[3] = roundNarrow<kPassOneShift>(madd(cd, factors(p3c, p3d)), biasOf(p3c, p3d));
     x[5] = roundNarrow<kPassOneShift>(madd(cd, factors(p5c, p5d)), biasOf(p5c, p5d));
 
-    x[0] = _mm_sub_epi16(_mm_slli_epi16(_mm_add_epi16(a, b), 3), splat16(8 * 8 * 128));
-    x[4] = _mm_slli_epi16(_mm_sub_epi16(a, b), 3);
+    x[0] = _mm_sub_epi16(_mm_slli_epi16(_mm_add_epi16(f.a, f.b), 3), splat16(8 * 8 * 128));
+    x[4] = _mm_slli_epi16(_mm_sub_epi16(f.a, f.b), 3);
 }
 
 // floor((a + b + 32) / 64) and floor((a - b + 32) / 64) of 16-bit a, b
@@ -190,38 +204,33 @@ V128 mulHighRounded(V128 t) {
 
 // Column pass of the row results above (lanes are columns, x[i] row i).
 void forwardColumnPassOfSamples(V128 (&x)[8]) {
-    const V128 s07 = _mm_add_epi16(x[0], x[7]), d07 = _mm_sub_epi16(x[0], x[7]);
-    const V128 s16 = _mm_add_epi16(x[1], x[6]), d16 = _mm_sub_epi16(x[1], x[6]);
-    const V128 s25 = _mm_add_epi16(x[2], x[5]), d25 = _mm_sub_epi16(x[2], x[5]);
-    const V128 s34 = _mm_add_epi16(x[3], x[4]), d34 = _mm_sub_epi16(x[3], x[4]);
-    const V128 a = _mm_add_epi16(s07, s34), c = _mm_sub_epi16(s07, s34);
-    const V128 b = _mm_add_epi16(s16, s25), d = _mm_sub_epi16(s16, s25);
-    evenColumnOutputs(a, b, x[0], x[4]);
+    const Butterflies16 f(x);
+    evenColumnOutputs(f.a, f.b, x[0], x[4]);
 
     constexpr int32_t bias = 1 << (kPassTwoShift - 1);
     // P2 is even: (P2 / 2 + 2^19) >> 20. P6 = 17734 c - 42813 d takes
     // -42813 as 22723 - 65536, and the 65536 d part with the bias as
     // (d - 16) << 16.
-    const Pair cd(c, d);
+    const Pair cd(f.c, f.d);
     x[2] = roundNarrow<kPassTwoShift - 1>(
         madd(cd, factors((kEvenDifference + kEvenRotation) / 2, kEvenRotation / 2)), bias / 2);
     const Wide p6 = madd(cd, factors(kEvenRotation, kEvenRotation - kEvenSum + 65536));
-    const V128 dHigh = _mm_sub_epi16(d, splat16(bias >> 16));
+    const V128 dHigh = _mm_sub_epi16(f.d, splat16(bias >> 16));
     x[6] = _mm_packs_epi32(
         _mm_srai_epi32(_mm_sub_epi32(p6.lo, _mm_unpacklo_epi16(zero(), dHigh)), kPassTwoShift),
         _mm_srai_epi32(_mm_sub_epi32(p6.hi, _mm_unpackhi_epi16(zero(), dHigh)), kPassTwoShift));
 
     // u = 12 d07 + v with v = (-2811 d07 + 2048) >> 12 within 16 bits, so
-    // each rotation is 8 f0 d16 + 8 f1 d25 + g u + h w over three pmaddwd
+    // each rotation 8 k0 d16 + 8 k1 d25 + k2 u + k3 w is three pmaddwd on
     // pairs of 16-bit values: (2 d16, 2 d25), (2 d07, 2 d34), (v, vw).
     constexpr int16_t kFraction = (kFwdSqrt2 - 12 * 4096) * 8;  // -2811 / 4096, applied to 2 d07
-    const V128 t = _mm_add_epi16(d07, d07), tw = _mm_add_epi16(d34, d34);
-    const Pair dd(_mm_add_epi16(d16, d16), _mm_add_epi16(d25, d25));
+    const V128 t = _mm_add_epi16(f.d07, f.d07), tw = _mm_add_epi16(f.d34, f.d34);
+    const Pair dd(_mm_add_epi16(f.d16, f.d16), _mm_add_epi16(f.d25, f.d25));
     const Pair tt(t, tw);
     const Pair vv(mulHighRounded<kFraction>(t), mulHighRounded<kFraction>(tw));
-    const auto rotation = [&](const Factors4& f) {
-        const Wide sum = madd(dd, factors(4 * f.f0, 4 * f.f1)) +
-                         madd(tt, factors(6 * f.f2, 6 * f.f3)) + madd(vv, factors(f.f2, f.f3));
+    const auto rotation = [&](const Factors4& k) {
+        const Wide sum = madd(dd, factors(4 * k.f0, 4 * k.f1)) +
+                         madd(tt, factors(6 * k.f2, 6 * k.f3)) + madd(vv, factors(k.f2, k.f3));
         return roundNarrow<kPassTwoShift>(sum, bias);
     };
     x[1] = rotation(OddPart::p1);

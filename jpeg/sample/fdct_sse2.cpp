@@ -1,6 +1,8 @@
 // SSE2 integer forward DCT: the whole block in eight registers, rows then
 // columns, each pass one vertical 8-point transform after a transpose, and
-// the quantization fused into the store.
+// the quantization fused into the store. Blocks of any 16-bit values follow
+// the wrapping arithmetic exactly; 8-bit samples, whose intermediates are
+// bounded, take a cheaper kernel that regroups the graph without wrapping.
 #include "core/rows.h"
 #include "jpeg/sample/dct_constants.h"
 #include "jpeg/sample/dct_sse2.h"

@@ -177,8 +177,9 @@ void loadDequantized(const int16_t* src, const uint16_t* invTable, V128 (&r)[8])
                           _mm_unpacklo_epi32(u1, u3), _mm_unpackhi_epi32(u1, u3)};
     for (int j = 0; j < 4; ++j) {
         storeLow64(rowAt(dst, dstStep, 2 * j), rows[j]);
-        _mm_storeh_pd(reinterpret_cast<double*>(rowAt(dst, dstStep, 2 * j + 1)),
-                      _mm_castsi128_pd(rows[j]));
+        // movhps: the high eight bytes, no alignment needed.
+        _mm_storeh_pi(reinterpret_cast<__m64*>(rowAt(dst, dstStep, 2 * j + 1)),
+                      _mm_castsi128_ps(rows[j]));
     }
 }
 

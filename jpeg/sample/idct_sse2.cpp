@@ -44,8 +44,9 @@ inline V128 timesRootTwo(V128 v) {
 // One pass of the flow graph on four lines, each 32-bit lane holding the
 // word pairs (y0, y4), (y2, y6), (y1, y5), (y3, y7) of its line:
 // x[i] = 2^kScale * (output i + kBias) modulo 2^32, before the final shift.
-// kCos1MinusSin1 is 25746 in the full transform and one less in the pruned ones.
-template <int32_t kBias, int kScale, int32_t kCos1MinusSin1>
+// kCos1MinusSin1 is 25746 in the full transform and one less in the pruned
+// ones; without kUpperPairs the (y2, y6) and (y3, y7) pairs are zero.
+template <int32_t kBias, int kScale, int32_t kCos1MinusSin1, bool kUpperPairs>
 [[gnu::always_inline]] inline void inversePass(V128 p04, V128 p26, V128 p15, V128 p37,
                                                V128 (&x)[8]) {
     // t1 = c1 y1 + 6393 y7, t7 = 6393 y1 + c7 y7, t5 = c5 y5 + 27246 y3,
@@ -55,19 +56,23 @@ template <int32_t kBias, int kScale, int32_t kCos1MinusSin1>
     constexpr int32_t c5 = kInvCos3 - kInvCos3MinusSin3;
     constexpr int32_t c3 = kInvCos3 - kInvCos3PlusSin3;
     const auto madd = [](V128 p, V128 k) { return _mm_madd_epi16(p, k); };
+    const auto maddUpper = [](V128 p, V128 k) {
+        if constexpr (kUpperPairs) return _mm_madd_epi16(p, k);
+        return zero();
+    };
     const auto add = [](V128 a, V128 b) { return _mm_add_epi32(a, b); };
     const auto sub = [](V128 a, V128 b) { return _mm_sub_epi32(a, b); };
     const V128 oddBias = _mm_set1_epi32(1 << (kPassOneShift - 1));
     const V128 sum0 =
-        add(add(madd(p15, factors(c1, c5)), madd(p37, factors(kInvCos3, kInvSin1))), oddBias);
+        add(add(madd(p15, factors(c1, c5)), maddUpper(p37, factors(kInvCos3, kInvSin1))), oddBias);
     const V128 sum3 =
-        add(add(madd(p15, factors(kInvSin1, kInvCos3)), madd(p37, factors(c3, c7))), oddBias);
+        add(add(madd(p15, factors(kInvSin1, kInvCos3)), maddUpper(p37, factors(c3, c7))), oddBias);
     const V128 r0 = shiftLeft<kScale>(timesRootTwo(_mm_srai_epi32(sum0, kPassOneShift)));
     const V128 r3 = shiftLeft<kScale>(timesRootTwo(_mm_srai_epi32(sum3, kPassOneShift)));
     const V128 g = shiftLeft<kScale>(
-        add(madd(p15, factors(c1, -c5)), madd(p37, factors(-kInvCos3, kInvSin1))));
+        add(madd(p15, factors(c1, -c5)), maddUpper(p37, factors(-kInvCos3, kInvSin1))));
     const V128 k = shiftLeft<kScale>(
-        add(madd(p15, factors(kInvSin1, -kInvCos3)), madd(p37, factors(-c3, c7))));
+        add(madd(p15, factors(kInvSin1, -kInvCos3)), maddUpper(p37, factors(-c3, c7))));
 
     // s + e = 2 (a + b) and s - e = 2 (a - b) with a = 16384 (y0 + y4) and
     // b = 21407 y2 + 8867 y6; h = 2 c with c = 16384 (y0 - y4);
@@ -76,9 +81,10 @@ template <int32_t kBias, int kScale, int32_t kCos1MinusSin1>
     const V128 evenBias = _mm_set1_epi32(kBias / 2);
     const V128 a = add(madd(p04, factors(16384, 16384)), evenBias);
     const V128 c = add(madd(p04, factors(16384, -16384)), evenBias);
-    const V128 b = madd(p26, factors(kEvenDifference / 2 + kEvenRotation / 2, kEvenRotation / 2));
+    const V128 b =
+        maddUpper(p26, factors(kEvenDifference / 2 + kEvenRotation / 2, kEvenRotation / 2));
     const V128 f = shiftLeft<kScale>(
-        sub(madd(p26, factors(kEvenRotation, kEvenRotation - kEvenSum + 65536)),
+        sub(maddUpper(p26, factors(kEvenRotation, kEvenRotation - kEvenSum + 65536)),
             _mm_and_si128(p26, _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u)))));
     const V128 e0 = shiftLeft<kScale + 1>(add(a, b)), e3 = shiftLeft<kScale + 1>(sub(a, b));
     const V128 h = shiftLeft<kScale + 1>(c);
@@ -105,31 +111,38 @@ inline void transpose4x4(const V128* q, V128& c0, V128& c1, V128& c2, V128& c3) 
     c3 = _mm_unpackhi_epi64(t1, t3);
 }
 
-// Dequantized rows in (natural order). Out: half[h][j] holds the 16-bit
-// results of columns 2j and 2j + 1 (four words each) for rows 4h..4h+3.
-// Each pass runs on four lines at a time to stay within the registers.
-template <int32_t kCos1MinusSin1>
+// Dequantized rows in (natural order), of which only rows and columns
+// 0..kActive-1 may be nonzero. Out: half[h][j] holds the 16-bit results of
+// columns 2j and 2j + 1 (four words each) for rows 4h..4h+3. Each pass runs
+// on four lines at a time to stay within the registers.
+template <int kActive, int32_t kCos1MinusSin1>
 [[gnu::always_inline]] inline void inverseDct(const V128 (&y)[8], V128 (&half)[2][4]) {
     constexpr int kColumnScale = 16 - kPassOneShift;
-    // Column pass, columns 0-3 then 4-7. Row r's results sit in the high
-    // words; lane j of q[r] becomes the word pair (column j, column j + 4).
-    V128 low[8], high[8], q[8];
-    inversePass<1 << (kPassOneShift - 1), kColumnScale, kCos1MinusSin1>(
+    constexpr bool kUpperPairs = kActive > 2;
+    // Column pass, columns 0-3 then 4-7 (zero in the pruned transforms). Row
+    // r's results sit in the high words; lane j of q[r] becomes the word pair
+    // (column j, column j + 4).
+    V128 q[8];
+    inversePass<1 << (kPassOneShift - 1), kColumnScale, kCos1MinusSin1, kUpperPairs>(
         _mm_unpacklo_epi16(y[0], y[4]), _mm_unpacklo_epi16(y[2], y[6]),
-        _mm_unpacklo_epi16(y[1], y[5]), _mm_unpacklo_epi16(y[3], y[7]), low);
-    for (int r = 0; r < 8; ++r) low[r] = _mm_srli_epi32(low[r], 16);
-    inversePass<1 << (kPassOneShift - 1), kColumnScale, kCos1MinusSin1>(
-        _mm_unpackhi_epi16(y[0], y[4]), _mm_unpackhi_epi16(y[2], y[6]),
-        _mm_unpackhi_epi16(y[1], y[5]), _mm_unpackhi_epi16(y[3], y[7]), high);
-    const V128 highWords = _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u));
-    for (int r = 0; r < 8; ++r) q[r] = _mm_or_si128(low[r], _mm_and_si128(high[r], highWords));
+        _mm_unpacklo_epi16(y[1], y[5]), _mm_unpacklo_epi16(y[3], y[7]), q);
+    for (int r = 0; r < 8; ++r) q[r] = _mm_srli_epi32(q[r], 16);
+    if constexpr (kActive > 4) {
+        V128 high[8];
+        inversePass<1 << (kPassOneShift - 1), kColumnScale, kCos1MinusSin1, kUpperPairs>(
+            _mm_unpackhi_epi16(y[0], y[4]), _mm_unpackhi_epi16(y[2], y[6]),
+            _mm_unpackhi_epi16(y[1], y[5]), _mm_unpackhi_epi16(y[3], y[7]), high);
+        const V128 highWords = _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u));
+        for (int r = 0; r < 8; ++r) q[r] = _mm_or_si128(q[r], _mm_and_si128(high[r], highWords));
+    }
 
     // Row pass, rows 0-3 then 4-7: the 32-bit transpose of q hands each
     // line its word pairs.
     for (int h = 0; h < 2; ++h) {
         V128 p04, p15, p26, p37, x[8];
         transpose4x4(q + 4 * h, p04, p15, p26, p37);
-        inversePass<1 << (kPassTwoShift - 1), 0, kCos1MinusSin1>(p04, p26, p15, p37, x);
+        inversePass<1 << (kPassTwoShift - 1), 0, kCos1MinusSin1, kUpperPairs>(p04, p26, p15, p37,
+                                                                              x);
         for (int j = 0; j < 4; ++j)
             half[h][j] = _mm_packs_epi32(_mm_srai_epi32(x[2 * j], kPassTwoShift),
                                          _mm_srai_epi32(x[2 * j + 1], kPassTwoShift));
@@ -189,7 +202,7 @@ void inverseDctSamples(const int16_t* src, uint8_t* dst, int32_t dstStep,
     V128 r[8];
     loadDequantized<kActive>(src, invTable, r);
     V128 half[2][4];
-    inverseDct<kCos1MinusSin1>(r, half);
+    inverseDct<kActive, kCos1MinusSin1>(r, half);
     storeSamples(half, dst, dstStep);
 }
 
@@ -199,7 +212,7 @@ void inverseDctQuantSse2(const int16_t* src, int16_t* dst, const uint16_t* invTa
     V128 r[8];
     loadDequantized<8>(src, invTable, r);
     V128 half[2][4];
-    inverseDct<kInvCos1MinusSin1>(r, half);
+    inverseDct<8, kInvCos1MinusSin1>(r, half);
     V128 columns[8];
     for (int j = 0; j < 4; ++j) {
         columns[2 * j] = _mm_unpacklo_epi64(half[0][j], half[1][j]);

@@ -144,6 +144,18 @@ V128 narrowShifted(Wide v) {
     }
 }
 
+// Two signed 16-bit factors for pmaddwd: ka on the low word of each 32-bit
+// lane, kb on the high word (taken modulo 2^16).
+inline V128 factors(int32_t ka, int32_t kb) {
+    return _mm_set1_epi32(static_cast<int32_t>(
+        (static_cast<uint32_t>(static_cast<uint16_t>(kb)) << 16) | static_cast<uint16_t>(ka)));
+}
+// Lanes holding (a, b) word pairs, times (ka, kb): a * ka + b * kb per lane.
+inline Wide madd(Wide pairs, V128 k) {
+    return {_mm_madd_epi16(pairs.lo, k), _mm_madd_epi16(pairs.hi, k)};
+}
+inline Wide madd(const Pair& p, V128 k) { return madd(Wide{p.lo, p.hi}, k); }
+
 // 8x8 transpose of 16-bit lanes: r[i] lane j becomes r[j] lane i.
 inline void transpose8x8(V128 (&r)[8]) {
     const V128 a0 = _mm_unpacklo_epi16(r[0], r[1]), a1 = _mm_unpackhi_epi16(r[0], r[1]);

@@ -1,7 +1,19 @@
-// SSE2 integer inverse DCT: the whole block in eight registers, columns then
-// rows, each pass one vertical 8-point transform with a transpose between.
-// The pruned transforms run the same engine with the absent inputs dropped
-// at compile time.
+// SSE2 integer inverse DCT: the whole block in registers, columns then rows.
+//
+// The flow graph is defined on 32-bit values that wrap, and the column pass
+// keeps the low 16 bits of its results, so no input range is assumed.
+// Additions, subtractions and multiplications are exact modulo 2^32 in any
+// grouping, so a pass forms every 32-bit sum straight from pmaddwd pairs of
+// its 16-bit inputs with factors that fit 16 bits; only the three steps that
+// are not linear modulo 2^32 need care:
+// - (x + 2048) >> 12 times 5793 in the odd part: the shifted value can take
+//   20 bits, so the product is split at bit 16 (timesRootTwo);
+// - the column results keep their low 16 bits: they are formed 16 times
+//   larger, so those bits are the high word of each 32-bit lane;
+// - the row results, (x + 2^20) >> 21, always fit 16 bits.
+// The high words of the column results are gathered straight into the word
+// pairs the row pass multiplies, (z0, z4), (z2, z6), (z1, z5), (z3, z7), so
+// the transpose between the passes moves 32-bit lanes only.
 #include "core/rows.h"
 #include "jpeg/sample/dct_constants.h"
 #include "jpeg/sample/dct_sse2.h"
@@ -14,66 +26,127 @@ using namespace dctsse2;
 
 namespace {
 
-// The odd part's products as factors of (y1, y3, y5, y7), so that each sum
-// is a pair of pmaddwd.
-template <int32_t kCos1MinusSin1>
-struct OddPart {
-    static constexpr Factors4 t1{kInvSin1 + kCos1MinusSin1, 0, 0, kInvSin1};
-    static constexpr Factors4 t7{kInvSin1, 0, 0, kInvSin1 - kInvCos1PlusSin1};
-    static constexpr Factors4 t5{0, kInvCos3, kInvCos3 - kInvCos3MinusSin3, 0};
-    static constexpr Factors4 t3{0, kInvCos3 - kInvCos3PlusSin3, kInvCos3, 0};
-    static constexpr Factors4 sum0 = t5 + t1;
-    static constexpr Factors4 sum3 = t3 + t7;
-    static constexpr Factors4 r1 = t1 - t5 + (t7 - t3);
-    static constexpr Factors4 r2 = t1 - t5 + (t3 - t7);
-};
-
-// With kActive inputs, y1 and y3 pair up; y5 and y7 exist only in the full transform.
-template <int kActive, const Factors4& kF>
-Wide oddSum(const Pair& p13, const Pair& p57) {
-    if constexpr (kActive > 4)
-        return dot<kF.f0, kF.f1, kF.f2, kF.f3>(p13, p57);
-    else
-        return dot<kF.f0, kF.f1>(p13);
+template <int kShift>
+V128 shiftLeft(V128 a) {
+    if constexpr (kShift == 0) return a;
+    return _mm_slli_epi32(a, kShift);
 }
 
-// Vertical 8-point inverse transform of y[0..kActive-1] (the others are zero),
-// rounded by kShift, in place.
-template <int kActive, int kShift, int32_t kCos1MinusSin1>
-void inversePass(V128 (&y)[8]) {
-    using Odd = OddPart<kCos1MinusSin1>;
-    constexpr int32_t bias = 1 << (kShift - 1);
-    const Wide y0 = timesHalfWordSize(y[0]);
-    Wide s = y0 + bias, h = s;
+// v * 5793 modulo 2^32 for any 32-bit v: pmaddwd takes the signed low word,
+// and the high word rounded by the low word's sign contributes
+// (h * 5793 mod 2^16) * 65536, which pmullw forms in the high word directly.
+inline V128 timesRootTwo(V128 v) {
+    const V128 h = _mm_add_epi32(v, _mm_set1_epi32(0x8000));
+    return _mm_add_epi32(_mm_madd_epi16(v, factors(kInvSqrt2, 0)),
+                         _mm_mullo_epi16(h, factors(0, kInvSqrt2)));
+}
+
+// One pass of the flow graph on four lines, each 32-bit lane holding the
+// word pairs (y0, y4), (y2, y6), (y1, y5), (y3, y7) of its line:
+// x[i] = 2^kScale * (output i + kBias) modulo 2^32, before the final shift.
+// kCos1MinusSin1 is 25746 in the full transform and one less in the pruned
+// ones; without kUpperPairs the (y2, y6) and (y3, y7) pairs are zero.
+template <int32_t kBias, int kScale, int32_t kCos1MinusSin1, bool kUpperPairs>
+[[gnu::always_inline]] inline void inversePass(V128 p04, V128 p26, V128 p15, V128 p37,
+                                               V128 (&x)[8]) {
+    // t1 = c1 y1 + 6393 y7, t7 = 6393 y1 + c7 y7, t5 = c5 y5 + 27246 y3,
+    // t3 = 27246 y5 + c3 y3; the graph needs t1 + t5, t3 + t7, t1 - t5, t7 - t3.
+    constexpr int32_t c1 = kInvSin1 + kCos1MinusSin1;
+    constexpr int32_t c7 = kInvSin1 - kInvCos1PlusSin1;
+    constexpr int32_t c5 = kInvCos3 - kInvCos3MinusSin3;
+    constexpr int32_t c3 = kInvCos3 - kInvCos3PlusSin3;
+    const auto madd = [](V128 p, V128 k) { return _mm_madd_epi16(p, k); };
+    const auto maddUpper = [](V128 p, V128 k) {
+        if constexpr (kUpperPairs) return _mm_madd_epi16(p, k);
+        return zero();
+    };
+    const auto add = [](V128 a, V128 b) { return _mm_add_epi32(a, b); };
+    const auto sub = [](V128 a, V128 b) { return _mm_sub_epi32(a, b); };
+    const V128 oddBias = _mm_set1_epi32(1 << (kPassOneShift - 1));
+    const V128 sum0 =
+        add(add(madd(p15, factors(c1, c5)), maddUpper(p37, factors(kInvCos3, kInvSin1))), oddBias);
+    const V128 sum3 =
+        add(add(madd(p15, factors(kInvSin1, kInvCos3)), maddUpper(p37, factors(c3, c7))), oddBias);
+    const V128 r0 = shiftLeft<kScale>(timesRootTwo(_mm_srai_epi32(sum0, kPassOneShift)));
+    const V128 r3 = shiftLeft<kScale>(timesRootTwo(_mm_srai_epi32(sum3, kPassOneShift)));
+    const V128 g = shiftLeft<kScale>(
+        add(madd(p15, factors(c1, -c5)), maddUpper(p37, factors(-kInvCos3, kInvSin1))));
+    const V128 k = shiftLeft<kScale>(
+        add(madd(p15, factors(kInvSin1, -kInvCos3)), maddUpper(p37, factors(-c3, c7))));
+
+    // s + e = 2 (a + b) and s - e = 2 (a - b) with a = 16384 (y0 + y4) and
+    // b = 21407 y2 + 8867 y6; h = 2 c with c = 16384 (y0 - y4);
+    // f = 17734 y2 - 42813 y6, with -42813 as 22723 - 65536 and the 65536 y6
+    // part taken from the high words of the (y2, y6) pairs.
+    const V128 evenBias = _mm_set1_epi32(kBias / 2);
+    const V128 a = add(madd(p04, factors(16384, 16384)), evenBias);
+    const V128 c = add(madd(p04, factors(16384, -16384)), evenBias);
+    const V128 b =
+        maddUpper(p26, factors(kEvenDifference / 2 + kEvenRotation / 2, kEvenRotation / 2));
+    const V128 f = shiftLeft<kScale>(
+        sub(maddUpper(p26, factors(kEvenRotation, kEvenRotation - kEvenSum + 65536)),
+            _mm_and_si128(p26, _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u)))));
+    const V128 e0 = shiftLeft<kScale + 1>(add(a, b)), e3 = shiftLeft<kScale + 1>(sub(a, b));
+    const V128 h = shiftLeft<kScale + 1>(c);
+    const V128 e1 = add(h, f), e2 = sub(h, f);
+
+    x[0] = add(e0, r0);
+    x[7] = sub(e0, r0);
+    x[3] = add(e3, r3);
+    x[4] = sub(e3, r3);
+    const V128 r1 = add(g, k), r2 = sub(g, k);
+    x[1] = add(e1, r1);
+    x[6] = sub(e1, r1);
+    x[2] = add(e2, r2);
+    x[5] = sub(e2, r2);
+}
+
+// Transposes the 4x4 block of 32-bit lanes q[0..3].
+inline void transpose4x4(const V128* q, V128& c0, V128& c1, V128& c2, V128& c3) {
+    const V128 t0 = _mm_unpacklo_epi32(q[0], q[1]), t1 = _mm_unpackhi_epi32(q[0], q[1]);
+    const V128 t2 = _mm_unpacklo_epi32(q[2], q[3]), t3 = _mm_unpackhi_epi32(q[2], q[3]);
+    c0 = _mm_unpacklo_epi64(t0, t2);
+    c1 = _mm_unpackhi_epi64(t0, t2);
+    c2 = _mm_unpacklo_epi64(t1, t3);
+    c3 = _mm_unpackhi_epi64(t1, t3);
+}
+
+// Dequantized rows in (natural order), of which only rows and columns
+// 0..kActive-1 may be nonzero. Out: half[h][j] holds the 16-bit results of
+// columns 2j and 2j + 1 (four words each) for rows 4h..4h+3. Each pass runs
+// on four lines at a time to stay within the registers.
+template <int kActive, int32_t kCos1MinusSin1>
+[[gnu::always_inline]] inline void inverseDct(const V128 (&y)[8], V128 (&half)[2][4]) {
+    constexpr int kColumnScale = 16 - kPassOneShift;
+    constexpr bool kUpperPairs = kActive > 2;
+    // Column pass, columns 0-3 then 4-7 (zero in the pruned transforms). Row
+    // r's results sit in the high words; lane j of q[r] becomes the word pair
+    // (column j, column j + 4).
+    V128 q[8];
+    inversePass<1 << (kPassOneShift - 1), kColumnScale, kCos1MinusSin1, kUpperPairs>(
+        _mm_unpacklo_epi16(y[0], y[4]), _mm_unpacklo_epi16(y[2], y[6]),
+        _mm_unpacklo_epi16(y[1], y[5]), _mm_unpacklo_epi16(y[3], y[7]), q);
+    for (int r = 0; r < 8; ++r) q[r] = _mm_srli_epi32(q[r], 16);
     if constexpr (kActive > 4) {
-        const Wide y4 = timesHalfWordSize(y[4]);
-        s = s + y4;
-        h = h - y4;
+        V128 high[8];
+        inversePass<1 << (kPassOneShift - 1), kColumnScale, kCos1MinusSin1, kUpperPairs>(
+            _mm_unpackhi_epi16(y[0], y[4]), _mm_unpackhi_epi16(y[2], y[6]),
+            _mm_unpackhi_epi16(y[1], y[5]), _mm_unpackhi_epi16(y[3], y[7]), high);
+        const V128 highWords = _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u));
+        for (int r = 0; r < 8; ++r) q[r] = _mm_or_si128(q[r], _mm_and_si128(high[r], highWords));
     }
-    Wide e0 = s, e1 = h, e2 = h, e3 = s;
-    if constexpr (kActive > 2) {
-        const Pair p26(y[2], kActive > 4 ? y[6] : zero());
-        const Wide e = dot<kEvenDifference + kEvenRotation, kEvenRotation>(p26);
-        const Wide f = dot<kEvenRotation, kEvenRotation - kEvenSum>(p26);
-        e0 = s + e;
-        e3 = s - e;
-        e1 = h + f;
-        e2 = h - f;
+
+    // Row pass, rows 0-3 then 4-7: the 32-bit transpose of q hands each
+    // line its word pairs.
+    for (int h = 0; h < 2; ++h) {
+        V128 p04, p15, p26, p37, x[8];
+        transpose4x4(q + 4 * h, p04, p15, p26, p37);
+        inversePass<1 << (kPassTwoShift - 1), 0, kCos1MinusSin1, kUpperPairs>(p04, p26, p15, p37,
+                                                                              x);
+        for (int j = 0; j < 4; ++j)
+            half[h][j] = _mm_packs_epi32(_mm_srai_epi32(x[2 * j], kPassTwoShift),
+                                         _mm_srai_epi32(x[2 * j + 1], kPassTwoShift));
     }
-    const Pair p13(y[1], kActive > 2 ? y[3] : zero());
-    const Pair p57(kActive > 4 ? y[5] : zero(), kActive > 4 ? y[7] : zero());
-    const Wide r0 = times<kInvSqrt2>(shiftRight<12>(oddSum<kActive, Odd::sum0>(p13, p57) + 2048));
-    const Wide r3 = times<kInvSqrt2>(shiftRight<12>(oddSum<kActive, Odd::sum3>(p13, p57) + 2048));
-    const Wide r1 = oddSum<kActive, Odd::r1>(p13, p57);
-    const Wide r2 = oddSum<kActive, Odd::r2>(p13, p57);
-    y[0] = narrowShifted<kShift>(e0 + r0);
-    y[7] = narrowShifted<kShift>(e0 - r0);
-    y[1] = narrowShifted<kShift>(e1 + r1);
-    y[6] = narrowShifted<kShift>(e1 - r1);
-    y[2] = narrowShifted<kShift>(e2 + r2);
-    y[5] = narrowShifted<kShift>(e2 - r2);
-    y[3] = narrowShifted<kShift>(e3 + r3);
-    y[4] = narrowShifted<kShift>(e3 - r3);
 }
 
 V128 dequantizeSignedLanes(V128 coefficients, V128 quantizers) {
@@ -98,21 +171,28 @@ void loadDequantized(const int16_t* src, const uint16_t* invTable, V128 (&r)[8])
     }
 }
 
-template <int kActive, int32_t kCos1MinusSin1>
-void inverseDct(V128 (&r)[8]) {
-    inversePass<kActive, kPassOneShift, kCos1MinusSin1>(r);
-    transpose8x8(r);
-    inversePass<kActive, kPassTwoShift, kCos1MinusSin1>(r);
-    transpose8x8(r);
-}
-
-void storeSamples(const V128 (&r)[8], uint8_t* dst, int32_t dstStep) {
-    const V128 shift = splat16(128);
-    for (int y = 0; y < 8; y += 2) {
-        const V128 two =
-            _mm_packus_epi16(_mm_add_epi16(r[y], shift), _mm_add_epi16(r[y + 1], shift));
-        storeLow64(rowAt(dst, dstStep, y), two);
-        storeLow64(rowAt(dst, dstStep, y + 1), _mm_unpackhi_epi64(two, two));
+// The results plus 128, saturated to bytes, stored as rows: packing to
+// bytes first leaves a byte transpose.
+[[gnu::always_inline]] inline void storeSamples(const V128 (&half)[2][4], uint8_t* dst,
+                                                int32_t dstStep) {
+    // Signed saturation to -128..127, then the sign flip adds 128. b[j]
+    // holds column 2j in bytes 0-7 and column 2j+1 in bytes 8-15.
+    const V128 flip = splat8(-128);
+    V128 b[4];
+    for (int j = 0; j < 4; ++j)
+        b[j] = _mm_shuffle_epi32(_mm_xor_si128(_mm_packs_epi16(half[0][j], half[1][j]), flip),
+                                 _MM_SHUFFLE(3, 1, 2, 0));
+    const V128 t0 = _mm_unpacklo_epi8(b[0], b[1]), t1 = _mm_unpackhi_epi8(b[0], b[1]);
+    const V128 t2 = _mm_unpacklo_epi8(b[2], b[3]), t3 = _mm_unpackhi_epi8(b[2], b[3]);
+    const V128 u0 = _mm_unpacklo_epi8(t0, t1), u1 = _mm_unpackhi_epi8(t0, t1);
+    const V128 u2 = _mm_unpacklo_epi8(t2, t3), u3 = _mm_unpackhi_epi8(t2, t3);
+    const V128 rows[4] = {_mm_unpacklo_epi32(u0, u2), _mm_unpackhi_epi32(u0, u2),
+                          _mm_unpacklo_epi32(u1, u3), _mm_unpackhi_epi32(u1, u3)};
+    for (int j = 0; j < 4; ++j) {
+        storeLow64(rowAt(dst, dstStep, 2 * j), rows[j]);
+        // movhps: the high eight bytes, no alignment needed.
+        _mm_storeh_pi(reinterpret_cast<__m64*>(rowAt(dst, dstStep, 2 * j + 1)),
+                      _mm_castsi128_ps(rows[j]));
     }
 }
 
@@ -121,8 +201,9 @@ void inverseDctSamples(const int16_t* src, uint8_t* dst, int32_t dstStep,
                        const uint16_t* invTable) {
     V128 r[8];
     loadDequantized<kActive>(src, invTable, r);
-    inverseDct<kActive, kCos1MinusSin1>(r);
-    storeSamples(r, dst, dstStep);
+    V128 half[2][4];
+    inverseDct<kActive, kCos1MinusSin1>(r, half);
+    storeSamples(half, dst, dstStep);
 }
 
 }  // namespace
@@ -130,8 +211,15 @@ void inverseDctSamples(const int16_t* src, uint8_t* dst, int32_t dstStep,
 void inverseDctQuantSse2(const int16_t* src, int16_t* dst, const uint16_t* invTable) {
     V128 r[8];
     loadDequantized<8>(src, invTable, r);
-    inverseDct<8, kInvCos1MinusSin1>(r);
-    for (int y = 0; y < 8; ++y) storeu(dst + 8 * y, r[y]);
+    V128 half[2][4];
+    inverseDct<8, kInvCos1MinusSin1>(r, half);
+    V128 columns[8];
+    for (int j = 0; j < 4; ++j) {
+        columns[2 * j] = _mm_unpacklo_epi64(half[0][j], half[1][j]);
+        columns[2 * j + 1] = _mm_unpackhi_epi64(half[0][j], half[1][j]);
+    }
+    transpose8x8(columns);
+    for (int y = 0; y < 8; ++y) storeu(dst + 8 * y, columns[y]);
 }
 
 void inverseDctQuantSamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,

@@ -80,6 +80,32 @@ TEST(ForwardDctQuantSamples, VectorMatchesScalarAtAnyStepAndAlignment) {
     }
 }
 
+// Blocks of 0 and 255 following the sign of one 2D basis function (or its
+// negation) drive the intermediates of both passes of the 8-bit kernel to
+// their bounds. Reciprocal 32768 (quantizer 1) shows the transform itself,
+// the others take the fast quantizer.
+TEST(ForwardDctQuantSamples, VectorMatchesScalarOnBlocksAtTheBounds) {
+    for (const uint16_t reciprocal : {32768, 16384, 3}) {
+        const Table16 table = flatTable(reciprocal);
+        for (int frequency = 0; frequency < 64; ++frequency) {
+            for (const bool negate : {false, true}) {
+                uint8_t samples[64];
+                for (int y = 0; y < 8; ++y)
+                    for (int x = 0; x < 8; ++x) {
+                        const bool high =
+                            (basis(y, frequency / 8) * basis(x, frequency % 8) >= 0) != negate;
+                        samples[8 * y + x] = high ? 255 : 0;
+                    }
+                Block16 vec, ref;
+                forwardDctQuantSamplesSse2(samples, 8, vec.data(), table.data());
+                forwardDctQuantSamplesScalar(samples, 8, ref.data(), table.data());
+                ASSERT_EQ(vec, ref) << "frequency " << frequency << " negated " << negate
+                                    << " reciprocal " << reciprocal;
+            }
+        }
+    }
+}
+
 TEST(ForwardDctQuantSamples, FlatBlockGivesEightTimesTheShiftedValue) {
     const Table16 unit = flatTable(32768);  // quantizer 1
     for (int v : {0, 1, 127, 128, 129, 200, 255}) {

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <vector>
 
 #include "tests/jpeg/sample/dct_test_support.h"
 #include "zeqj.h"
@@ -67,6 +68,47 @@ TEST(InverseDctEngine, VectorMatchesScalarOnAnyBlockAndTable) {
         inverseDctQuantSse2(input.data(), vec.data(), table.data());
         inverseDctQuantScalar(input.data(), ref.data(), table.data());
         ASSERT_EQ(vec, ref) << "block " << n;
+    }
+}
+
+// The vector engine forms (x + 2048) >> 12 of the odd sums in 32 bits and
+// multiplies it by 5793 split at bit 16, and keeps the column results as the
+// high words of 16-times-larger sums. Coefficients that put those values just
+// inside and outside 16 bits (and column results that wrap) must still give
+// the scalar bytes in both passes.
+TEST(InverseDctEngine, VectorMatchesScalarAroundTheSixteenBitLimits) {
+    // Values whose odd-part products land near k * 4096 for k at the limits,
+    // directly (column pass) and after the column pass's gain of 8 (row pass).
+    std::vector<int16_t> edges;
+    for (const int64_t k : {32767, 32768, 32769, 65535, 65536, 131072})
+        for (const int64_t gain : {1, 8})
+            for (const int32_t factor : {32139, 27246, 18205, 6393})
+                for (int delta = -2; delta <= 2; ++delta) {
+                    const int64_t v = k * 4096 / (factor * gain) + delta;
+                    if (v <= 32767) {
+                        edges.push_back(static_cast<int16_t>(v));
+                        edges.push_back(static_cast<int16_t>(-v));
+                    }
+                }
+    auto& rng = seededRng(36);
+    const Table16 unit = flatTable(1);
+    for (int n = 0; n < scaledCount(50000); ++n) {
+        Block16 input;
+        for (auto& v : input) {
+            const int pick = uniform<int>(rng, 0, 7);
+            v = pick < 3   ? edges[uniform<size_t>(rng, 0, edges.size() - 1)]
+                : pick < 4 ? (uniform<int>(rng, 0, 1) ? 32767 : -32768)
+                : pick < 5 ? int16_t{0}
+                           : uniform<int16_t>(rng, -64, 64);
+        }
+        Block16 vec, ref;
+        inverseDctQuantSse2(input.data(), vec.data(), unit.data());
+        inverseDctQuantScalar(input.data(), ref.data(), unit.data());
+        ASSERT_EQ(vec, ref) << "block " << n;
+        uint8_t vecSamples[64], refSamples[64];
+        inverseDctQuantSamplesSse2(input.data(), vecSamples, 8, unit.data());
+        inverseDctQuantSamplesScalar(input.data(), refSamples, 8, unit.data());
+        ASSERT_EQ(0, std::memcmp(vecSamples, refSamples, 64)) << "block " << n;
     }
 }
 

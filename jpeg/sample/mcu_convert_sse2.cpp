@@ -47,7 +47,8 @@ void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
     for (int step = 0; step < kSteps; ++step) {
         const int r = kPairedRows ? 2 * step : step;
         const uint8_t* first = rowAt(src, srcStep, r);
-        const Pixels16 p = F::load16(first, kPairedRows ? rowAt(src, srcStep, r + 1) : first + 24);
+        const Pixels16 p =
+            kPairedRows ? F::load16(first, rowAt(src, srcStep, r + 1)) : F::load16(first);
         const Lanes16 g = inPixelOrder(p.even.c1, p.odd.c1);
         Lanes16 luma = inPixelOrder(p.even.c0, p.odd.c0);
         Differences16 d{};
@@ -126,32 +127,51 @@ void mcuForwardSse2(const uint8_t* src, int32_t srcStep, int16_t* const* blocks)
         mcuForward8<M>(src, srcStep, blocks);
 }
 
-// One chroma row per step, replicated over its pixel pairs and rows.
+namespace {
+
+// Pixels 8h..8h+7 of MCU row r, chroma replicated over its pixel groups.
+template <class M>
+Pixels8 reverse8(const int16_t* const* blocks, int r, int h) {
+    const int j = r / M::kV;
+    V128 cb = loadu(blocks[1] + 8 * j), cr = loadu(blocks[2] + 8 * j);
+    if constexpr (M::kH == 2) {
+        cb = h ? _mm_unpackhi_epi16(cb, cb) : _mm_unpacklo_epi16(cb, cb);
+        cr = h ? _mm_unpackhi_epi16(cr, cr) : _mm_unpacklo_epi16(cr, cr);
+    }
+    const int i = lumaIndex<M::kH>(r, 8 * h);
+    const V128 y = loadu(blocks[0] + i);
+    Pixels8 p = M::kColour ? mcuYCbCrToRgb(y, cb, cr)
+                           : Pixels8{levelShiftUp(y), levelShiftUp(cb), levelShiftUp(cr), zero()};
+    if constexpr (M::Format::kHasK)
+        p.k = _mm_and_si128(_mm_add_epi16(loadu(blocks[3] + i), splat16(128)), splat16(0xFF));
+    return p;
+}
+
+}  // namespace
+
+// Three-byte pixels go out sixteen at a time: one row of a 4:2:2 or 4:1:1
+// MCU, or two rows of a 4:4:4 MCU.
 template <class M>
 void mcuReverseSse2(const int16_t* const* blocks, uint8_t* dst, int32_t dstStep) {
     using F = typename M::Format;
-    for (int j = 0; j < 8; ++j) {
-        const V128 cbRow = loadu(blocks[1] + 8 * j), crRow = loadu(blocks[2] + 8 * j);
-        for (int v = 0; v < M::kV; ++v) {
-            const int r = j * M::kV + v;
-            const OutRow row{{rowAt(dst, dstStep, r)}};
-            for (int h = 0; h < M::kH; ++h) {
-                V128 cb = cbRow, cr = crRow;
-                if constexpr (M::kH == 2) {
-                    cb = h ? _mm_unpackhi_epi16(cbRow, cbRow) : _mm_unpacklo_epi16(cbRow, cbRow);
-                    cr = h ? _mm_unpackhi_epi16(crRow, crRow) : _mm_unpacklo_epi16(crRow, crRow);
-                }
-                const int i = lumaIndex<M::kH>(r, 8 * h);
-                const V128 y = loadu(blocks[0] + i);
-                Pixels8 p = M::kColour ? mcuYCbCrToRgb(y, cb, cr)
-                                       : Pixels8{levelShiftUp(y), levelShiftUp(cb),
-                                                 levelShiftUp(cr), zero()};
-                if constexpr (F::kHasK)
-                    p.k = _mm_and_si128(_mm_add_epi16(loadu(blocks[3] + i), splat16(128)),
-                                        splat16(0xFF));
-                F::store8(row, 8 * h, p);
-            }
+    if constexpr (F::kSixteen) {
+        constexpr bool kPairedRows = M::kH == 1;
+        for (int r = 0; r < M::kHeight; r += kPairedRows ? 2 : 1) {
+            const Pixels8 a = reverse8<M>(blocks, r, 0);
+            const Pixels8 b =
+                kPairedRows ? reverse8<M>(blocks, r + 1, 0) : reverse8<M>(blocks, r, 1);
+            const V128 c0 = _mm_packus_epi16(a.c0, b.c0), c1 = _mm_packus_epi16(a.c1, b.c1);
+            const V128 c2 = _mm_packus_epi16(a.c2, b.c2);
+            uint8_t* row = rowAt(dst, dstStep, r);
+            if constexpr (kPairedRows)
+                F::store16(row, rowAt(dst, dstStep, r + 1), c0, c1, c2);
+            else
+                F::store16(OutRow{{row}}, 0, c0, c1, c2);
         }
+    } else {
+        for (int r = 0; r < M::kHeight; ++r)
+            for (int h = 0; h < M::kH; ++h)
+                F::store8(OutRow{{rowAt(dst, dstStep, r)}}, 8 * h, reverse8<M>(blocks, r, h));
     }
 }
 

@@ -155,6 +155,16 @@ struct Interleaved8 {
         if (kHasK) p[3] = static_cast<uint8_t>(v.k);
     }
 
+    // 48 bytes of sixteen pixels to parity-split 16-bit lanes.
+    static Pixels16 split48(sse2::V128 a0, sse2::V128 a1, sse2::V128 a2) {
+        static_assert(kSixteen, "three-byte pixels only");
+        using namespace pixel_sse2;
+        for (int round = 0; round < 3; ++round) riffle48(a0, a1, a2);
+        const V128 even[3] = {widenLow(a0), widenHigh(a0), widenLow(a1)};
+        const V128 odd[3] = {widenHigh(a1), widenLow(a2), widenHigh(a2)};
+        return {{even[C0], even[C1], even[C2], zero()}, {odd[C0], odd[C1], odd[C2], zero()}};
+    }
+
     static Pixels8 load8(const InRow& r, int32_t x) {
         using namespace pixel_sse2;
         const uint8_t* p = r.plane[0] + Bytes * x;
@@ -178,32 +188,37 @@ struct Interleaved8 {
         }
         return out;
     }
-    // Pixels 0..7 from `first`, 8..15 from `second` (contiguous in a row).
+    // Pixels 0..7 from `first`, 8..15 from `second` (two rows of eight).
     static Pixels16 load16(const uint8_t* first, const uint8_t* second) {
+        using namespace pixel_sse2;
+        return split48(loadu(first), _mm_unpacklo_epi64(loadLow64(first + 16), loadLow64(second)),
+                       loadu(second + 8));
+    }
+    static Pixels16 load16(const uint8_t* p) {
+        using namespace pixel_sse2;
+        return split48(loadu(p), loadu(p + 16), loadu(p + 32));
+    }
+    static Pixels16 load16(const InRow& r, int32_t x) { return load16(r.plane[0] + Bytes * x); }
+    // One byte vector per channel of the triple, pixels 0..15 in order; pixels
+    // 0..7 go to `first`, 8..15 to `second` (two rows of eight).
+    static void store16(uint8_t* first, uint8_t* second, sse2::V128 c0, sse2::V128 c1,
+                        sse2::V128 c2) {
         static_assert(kSixteen, "three-byte pixels only");
         using namespace pixel_sse2;
-        V128 a0 = loadu(first), a1 = _mm_unpacklo_epi64(loadLow64(first + 16), loadLow64(second));
-        V128 a2 = loadu(second + 8);
-        for (int round = 0; round < 3; ++round) riffle48(a0, a1, a2);
-        const V128 even[3] = {widenLow(a0), widenHigh(a0), widenLow(a1)};
-        const V128 odd[3] = {widenHigh(a1), widenLow(a2), widenHigh(a2)};
-        return {{even[C0], even[C1], even[C2], zero()}, {odd[C0], odd[C1], odd[C2], zero()}};
-    }
-    static Pixels16 load16(const InRow& r, int32_t x) {
-        const uint8_t* p = r.plane[0] + Bytes * x;
-        return load16(p, p + 24);
-    }
-    // One byte vector per channel of the triple, pixels 0..15 in order.
-    static void store16(const OutRow& r, int32_t x, sse2::V128 c0, sse2::V128 c1, sse2::V128 c2) {
-        static_assert(kSixteen, "three-byte pixels only");
-        using namespace pixel_sse2;
-        sse2::V128 ch[3], out[3];
+        V128 ch[3], out[3];
         ch[C0] = c0, ch[C1] = c1, ch[C2] = c2;
         interleave48(ch[0], ch[1], ch[2], out);
+        storeu(first, out[0]);
+        storeLow64(first + 16, out[1]);
+        storeLow64(second, _mm_unpackhi_epi64(out[1], out[1]));
+        storeu(second + 8, out[2]);
+    }
+    static void store16(const OutRow& r, int32_t x, sse2::V128 c0, sse2::V128 c1, sse2::V128 c2) {
         uint8_t* p = r.plane[0] + Bytes * x;
-        storeu(p, out[0]);
-        storeu(p + 16, out[1]);
-        storeu(p + 32, out[2]);
+        sse2::V128 ch[3], out[3];
+        ch[C0] = c0, ch[C1] = c1, ch[C2] = c2;
+        pixel_sse2::interleave48(ch[0], ch[1], ch[2], out);
+        for (int i = 0; i < 3; ++i) sse2::storeu(p + 16 * i, out[i]);
     }
 
     static void store8(const OutRow& r, int32_t x, const Pixels8& v) {

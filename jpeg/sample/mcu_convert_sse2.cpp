@@ -47,8 +47,7 @@ void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
     for (int step = 0; step < kSteps; ++step) {
         const int r = kPairedRows ? 2 * step : step;
         const uint8_t* first = rowAt(src, srcStep, r);
-        const Pixels16 p =
-            kPairedRows ? F::load16(first, rowAt(src, srcStep, r + 1)) : F::load16(first);
+        const Pixels16 p = F::load16(first, kPairedRows ? rowAt(src, srcStep, r + 1) : first + 24);
         const Lanes16 g = inPixelOrder(p.even.c1, p.odd.c1);
         Lanes16 luma = inPixelOrder(p.even.c0, p.odd.c0);
         Differences16 d{};

@@ -155,16 +155,25 @@ struct Interleaved8 {
         if (kHasK) p[3] = static_cast<uint8_t>(v.k);
     }
 
-    // 48 bytes of sixteen pixels to parity-split 16-bit lanes.
-    static Pixels16 split48(sse2::V128 a0, sse2::V128 a1, sse2::V128 a2) {
+    // Pixels 0..7 from `first`, 8..15 from `second` (two rows of eight, or
+    // second = first + 24), parity-split. The first riffle round reads its
+    // half-swapped operands straight from memory (bytes 8..23 and 24..39).
+    static Pixels16 load16(const uint8_t* first, const uint8_t* second) {
         static_assert(kSixteen, "three-byte pixels only");
         using namespace pixel_sse2;
-        for (int round = 0; round < 3; ++round) riffle48(a0, a1, a2);
+        const V128 bytes0 = loadu(first), bytes8 = loadu(first + 8);
+        const V128 bytes24 = loadu(second), bytes32 = loadu(second + 8);
+        V128 a0 = _mm_unpacklo_epi8(bytes0, bytes24), a1 = _mm_unpackhi_epi8(bytes0, bytes24);
+        V128 a2 = _mm_unpackhi_epi8(bytes8, bytes32);
+        for (int round = 1; round < 3; ++round) riffle48(a0, a1, a2);
         const V128 even[3] = {widenLow(a0), widenHigh(a0), widenLow(a1)};
         const V128 odd[3] = {widenHigh(a1), widenLow(a2), widenHigh(a2)};
         return {{even[C0], even[C1], even[C2], zero()}, {odd[C0], odd[C1], odd[C2], zero()}};
     }
-
+    static Pixels16 load16(const InRow& r, int32_t x) {
+        const uint8_t* p = r.plane[0] + Bytes * x;
+        return load16(p, p + 24);
+    }
     static Pixels8 load8(const InRow& r, int32_t x) {
         using namespace pixel_sse2;
         const uint8_t* p = r.plane[0] + Bytes * x;
@@ -188,17 +197,6 @@ struct Interleaved8 {
         }
         return out;
     }
-    // Pixels 0..7 from `first`, 8..15 from `second` (two rows of eight).
-    static Pixels16 load16(const uint8_t* first, const uint8_t* second) {
-        using namespace pixel_sse2;
-        return split48(loadu(first), _mm_unpacklo_epi64(loadLow64(first + 16), loadLow64(second)),
-                       loadu(second + 8));
-    }
-    static Pixels16 load16(const uint8_t* p) {
-        using namespace pixel_sse2;
-        return split48(loadu(p), loadu(p + 16), loadu(p + 32));
-    }
-    static Pixels16 load16(const InRow& r, int32_t x) { return load16(r.plane[0] + Bytes * x); }
     // One byte vector per channel of the triple, pixels 0..15 in order; pixels
     // 0..7 go to `first`, 8..15 to `second` (two rows of eight).
     static void store16(uint8_t* first, uint8_t* second, sse2::V128 c0, sse2::V128 c1,

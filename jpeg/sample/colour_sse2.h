@@ -1,6 +1,7 @@
-// Exact fixed-point colour arithmetic on eight pixels (16-bit lanes), shared by
-// the whole-image and MCU kernels. Weights above 32767 do not fit a signed
-// 16-bit multiplier, so each is split as 65536 * n + w with w in range: the
+// Exact fixed-point colour arithmetic on eight or sixteen pixels (16-bit
+// lanes), shared by the whole-image and MCU kernels. Weights above 32767 do
+// not fit a signed 16-bit multiplier, so each is split as 65536 * n + w with w
+// in range (or the formula is rewritten on channel differences): the
 // 65536 * n part passes the shift by 16 unchanged and is added back as n times
 // the channel, which keeps every result bit-identical to the scalar formulas.
 #ifndef ZEQ_JPEG_SAMPLE_COLOUR_SSE2_H
@@ -197,7 +198,8 @@ inline Differences16 differences(const Pixels16& p) {
     return {{e.rg, o.rg}, {e.bg, o.bg}, {e.br, o.br}};
 }
 
-// Channel c of the parity-split pixels in pixel order: 16-bit lanes, or bytes.
+// One channel of parity-split pixels back in pixel order: 16-bit lanes, or
+// bytes (lanes within 0..255).
 inline Lanes16 inPixelOrder(V128 even, V128 odd) {
     return {_mm_unpacklo_epi16(even, odd), _mm_unpackhi_epi16(even, odd)};
 }

@@ -76,7 +76,9 @@ inline void unriffle24(V128& a0, V128& a1, V128& a2) {
 // 48 bytes a0|a1|a2 riffled: byte j goes to 2j and byte 24 + j to 2j + 1,
 // i.e. byte index i moves to 2i mod 47. Three rounds send byte 3p + c of
 // pixel p, channel c to 24p + 8c mod 47: a0 = [c0 even | c1 even],
-// a1 = [c2 even | c0 odd], a2 = [c1 odd | c2 odd], pixels in order.
+// a1 = [c2 even | c0 odd], a2 = [c1 odd | c2 odd], pixels in order. (A
+// fourth round would give planes; the parity split is one round cheaper and
+// is what the arithmetic wants anyway.)
 inline void riffle48(V128& a0, V128& a1, V128& a2) {
     const V128 a1Swapped = _mm_shuffle_epi32(a1, 0x4E), a2Swapped = _mm_shuffle_epi32(a2, 0x4E);
     const V128 t0 = _mm_unpacklo_epi8(a0, a1Swapped);
@@ -197,26 +199,29 @@ struct Interleaved8 {
         }
         return out;
     }
-    // One byte vector per channel of the triple, pixels 0..15 in order; pixels
-    // 0..7 go to `first`, 8..15 to `second` (two rows of eight).
+    // One byte vector per channel of the triple, pixels 0..15 in order, to
+    // the 48 bytes of those pixels.
+    static void interleave16(sse2::V128 c0, sse2::V128 c1, sse2::V128 c2, sse2::V128 out[3]) {
+        static_assert(kSixteen, "three-byte pixels only");
+        sse2::V128 ch[3];
+        ch[C0] = c0, ch[C1] = c1, ch[C2] = c2;
+        pixel_sse2::interleave48(ch[0], ch[1], ch[2], out);
+    }
+    // Pixels 0..7 go to `first`, 8..15 to `second` (two rows of eight).
     static void store16(uint8_t* first, uint8_t* second, sse2::V128 c0, sse2::V128 c1,
                         sse2::V128 c2) {
-        static_assert(kSixteen, "three-byte pixels only");
-        using namespace pixel_sse2;
-        V128 ch[3], out[3];
-        ch[C0] = c0, ch[C1] = c1, ch[C2] = c2;
-        interleave48(ch[0], ch[1], ch[2], out);
+        using namespace sse2;
+        V128 out[3];
+        interleave16(c0, c1, c2, out);
         storeu(first, out[0]);
         storeLow64(first + 16, out[1]);
         storeLow64(second, _mm_unpackhi_epi64(out[1], out[1]));
         storeu(second + 8, out[2]);
     }
     static void store16(const OutRow& r, int32_t x, sse2::V128 c0, sse2::V128 c1, sse2::V128 c2) {
-        uint8_t* p = r.plane[0] + Bytes * x;
-        sse2::V128 ch[3], out[3];
-        ch[C0] = c0, ch[C1] = c1, ch[C2] = c2;
-        pixel_sse2::interleave48(ch[0], ch[1], ch[2], out);
-        for (int i = 0; i < 3; ++i) sse2::storeu(p + 16 * i, out[i]);
+        sse2::V128 out[3];
+        interleave16(c0, c1, c2, out);
+        for (int i = 0; i < 3; ++i) sse2::storeu(r.plane[0] + Bytes * x + 16 * i, out[i]);
     }
 
     static void store8(const OutRow& r, int32_t x, const Pixels8& v) {

@@ -20,11 +20,74 @@ V128 levelShiftDown(V128 v) { return _mm_sub_epi16(v, splat16(128)); }
 // Sample + 128 clamped to 0..255, for every 16-bit sample.
 V128 levelShiftUp(V128 v) { return clampByte16(_mm_adds_epi16(v, splat16(128))); }
 
-}  // namespace
+// Chroma row j from the channel sums of its pixel groups.
+template <class M>
+void storeChroma(const V128 sum[3], int16_t* const* blocks, int j) {
+    V128 cb, cr;
+    if constexpr (M::kColour) {
+        mcuChroma(sum[0], sum[1], sum[2], M::kGroupBits, cb, cr);
+    } else {
+        const V128 offset = splat16(static_cast<int16_t>(128 << M::kGroupBits));
+        cb = _mm_srai_epi16(_mm_sub_epi16(sum[1], offset), M::kGroupBits);
+        cr = _mm_srai_epi16(_mm_sub_epi16(sum[2], offset), M::kGroupBits);
+    }
+    storeu(blocks[1] + 8 * j, cb);
+    storeu(blocks[2] + 8 * j, cr);
+}
+
+// Rows of sixteen three-byte pixels per step (a 4:4:4 MCU pairs two rows of
+// eight): pixels split by parity make the horizontal pair sums one add.
+template <class M>
+void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
+    using F = typename M::Format;
+    constexpr bool kPairedRows = M::kWidth == 8;
+    constexpr int kSteps = kPairedRows ? 4 : M::kHeight;
+    const V128 shift = splat16(128);
+    V128 sum[3] = {zero(), zero(), zero()};
+    for (int step = 0; step < kSteps; ++step) {
+        const int r = kPairedRows ? 2 * step : step;
+        const uint8_t* first = rowAt(src, srcStep, r);
+        const Pixels16 p = F::load16(first, kPairedRows ? rowAt(src, srcStep, r + 1) : first + 24);
+        const Lanes16 g = inPixelOrder(p.even.c1, p.odd.c1);
+        Lanes16 luma = inPixelOrder(p.even.c0, p.odd.c0);
+        Differences16 d{};
+        if constexpr (M::kColour) {
+            d = differences(p);
+            const Lanes16 s = pairedHigh16(d.rg, d.bg, weights(kLumaE1, kLumaE2), zero());
+            luma = {_mm_add_epi16(s.low, g.low), _mm_add_epi16(s.high, g.high)};
+        }
+        // Pixels 0..7 and 8..15: the next row of the same block, or the next block.
+        storeu(blocks[0] + lumaIndex<M::kH>(r, 0), _mm_sub_epi16(luma.low, shift));
+        storeu(blocks[0] + (kPairedRows ? lumaIndex<1>(r + 1, 0) : lumaIndex<M::kH>(r, 8)),
+               _mm_sub_epi16(luma.high, shift));
+        if constexpr (kPairedRows) {
+            Lanes16 cb = inPixelOrder(p.even.c1, p.odd.c1), cr = inPixelOrder(p.even.c2, p.odd.c2);
+            if constexpr (M::kColour) {
+                cb = pairedHigh16(d.br, d.bg, weights(kCbE3, kCbE2), zero());
+                cr = pairedHigh16(d.rg, d.br, weights(kCrE1, kCrE3), zero());
+            } else {
+                cb = {_mm_sub_epi16(cb.low, shift), _mm_sub_epi16(cb.high, shift)};
+                cr = {_mm_sub_epi16(cr.low, shift), _mm_sub_epi16(cr.high, shift)};
+            }
+            storeu(blocks[1] + 8 * r, cb.low);
+            storeu(blocks[1] + 8 * r + 8, cb.high);
+            storeu(blocks[2] + 8 * r, cr.low);
+            storeu(blocks[2] + 8 * r + 8, cr.high);
+        } else {
+            sum[0] = _mm_add_epi16(sum[0], _mm_add_epi16(p.even.c0, p.odd.c0));
+            sum[1] = _mm_add_epi16(sum[1], _mm_add_epi16(p.even.c1, p.odd.c1));
+            sum[2] = _mm_add_epi16(sum[2], _mm_add_epi16(p.even.c2, p.odd.c2));
+            if (r % M::kV == M::kV - 1) {
+                storeChroma<M>(sum, blocks, r / M::kV);
+                sum[0] = sum[1] = sum[2] = zero();
+            }
+        }
+    }
+}
 
 // One chroma row (8 samples) per step: its V pixel rows of 8 * H pixels each.
 template <class M>
-void mcuForwardSse2(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
+void mcuForward8(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
     using F = typename M::Format;
     for (int j = 0; j < 8; ++j) {
         V128 sum[3] = {zero(), zero(), zero()};
@@ -36,8 +99,7 @@ void mcuForwardSse2(const uint8_t* src, int32_t srcStep, int16_t* const* blocks)
                 p[h] = F::load8(row, 8 * h);
                 const int i = lumaIndex<M::kH>(r, 8 * h);
                 storeu(blocks[0] + i,
-                       M::kColour ? mcuLuma(pairUp(p[h].c0, p[h].c1, p[h].c2, zero()), p[h].c1)
-                                  : levelShiftDown(p[h].c0));
+                       M::kColour ? mcuLuma(p[h].c0, p[h].c1, p[h].c2) : levelShiftDown(p[h].c0));
                 if constexpr (F::kHasK) storeu(blocks[3] + i, levelShiftDown(p[h].k));
             }
             if constexpr (M::kH == 2) {
@@ -50,45 +112,65 @@ void mcuForwardSse2(const uint8_t* src, int32_t srcStep, int16_t* const* blocks)
                 sum[2] = _mm_add_epi16(sum[2], p[0].c2);
             }
         }
-        V128 cb, cr;
-        if constexpr (M::kColour) {
-            mcuChroma(sum[0], sum[1], sum[2], M::kGroupBits, cb, cr);
-        } else {
-            const V128 offset = splat16(static_cast<int16_t>(128 << M::kGroupBits));
-            cb = _mm_srai_epi16(_mm_sub_epi16(sum[1], offset), M::kGroupBits);
-            cr = _mm_srai_epi16(_mm_sub_epi16(sum[2], offset), M::kGroupBits);
-        }
-        storeu(blocks[1] + 8 * j, cb);
-        storeu(blocks[2] + 8 * j, cr);
+        storeChroma<M>(sum, blocks, j);
     }
 }
 
-// One chroma row per step, replicated over its pixel pairs and rows.
+}  // namespace
+
+template <class M>
+void mcuForwardSse2(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
+    if constexpr (M::Format::kSixteen)
+        mcuForward16<M>(src, srcStep, blocks);
+    else
+        mcuForward8<M>(src, srcStep, blocks);
+}
+
+namespace {
+
+// Pixels 8h..8h+7 of MCU row r, chroma replicated over its pixel groups.
+template <class M>
+Pixels8 reverse8(const int16_t* const* blocks, int r, int h) {
+    const int j = r / M::kV;
+    V128 cb = loadu(blocks[1] + 8 * j), cr = loadu(blocks[2] + 8 * j);
+    if constexpr (M::kH == 2) {
+        cb = h ? _mm_unpackhi_epi16(cb, cb) : _mm_unpacklo_epi16(cb, cb);
+        cr = h ? _mm_unpackhi_epi16(cr, cr) : _mm_unpacklo_epi16(cr, cr);
+    }
+    const int i = lumaIndex<M::kH>(r, 8 * h);
+    const V128 y = loadu(blocks[0] + i);
+    Pixels8 p = M::kColour ? mcuYCbCrToRgb(y, cb, cr)
+                           : Pixels8{levelShiftUp(y), levelShiftUp(cb), levelShiftUp(cr), zero()};
+    if constexpr (M::Format::kHasK)
+        p.k = _mm_and_si128(_mm_add_epi16(loadu(blocks[3] + i), splat16(128)), splat16(0xFF));
+    return p;
+}
+
+}  // namespace
+
+// Three-byte pixels go out sixteen at a time: one row of a 4:2:2 or 4:1:1
+// MCU, or two rows of a 4:4:4 MCU.
 template <class M>
 void mcuReverseSse2(const int16_t* const* blocks, uint8_t* dst, int32_t dstStep) {
     using F = typename M::Format;
-    for (int j = 0; j < 8; ++j) {
-        const V128 cbRow = loadu(blocks[1] + 8 * j), crRow = loadu(blocks[2] + 8 * j);
-        for (int v = 0; v < M::kV; ++v) {
-            const int r = j * M::kV + v;
-            const OutRow row{{rowAt(dst, dstStep, r)}};
-            for (int h = 0; h < M::kH; ++h) {
-                V128 cb = cbRow, cr = crRow;
-                if constexpr (M::kH == 2) {
-                    cb = h ? _mm_unpackhi_epi16(cbRow, cbRow) : _mm_unpacklo_epi16(cbRow, cbRow);
-                    cr = h ? _mm_unpackhi_epi16(crRow, crRow) : _mm_unpacklo_epi16(crRow, crRow);
-                }
-                const int i = lumaIndex<M::kH>(r, 8 * h);
-                const V128 y = loadu(blocks[0] + i);
-                Pixels8 p = M::kColour ? mcuYCbCrToRgb(y, cb, cr)
-                                       : Pixels8{levelShiftUp(y), levelShiftUp(cb),
-                                                 levelShiftUp(cr), zero()};
-                if constexpr (F::kHasK)
-                    p.k = _mm_and_si128(_mm_add_epi16(loadu(blocks[3] + i), splat16(128)),
-                                        splat16(0xFF));
-                F::store8(row, 8 * h, p);
-            }
+    if constexpr (F::kSixteen) {
+        constexpr bool kPairedRows = M::kH == 1;
+        for (int r = 0; r < M::kHeight; r += kPairedRows ? 2 : 1) {
+            const Pixels8 a = reverse8<M>(blocks, r, 0);
+            const Pixels8 b =
+                kPairedRows ? reverse8<M>(blocks, r + 1, 0) : reverse8<M>(blocks, r, 1);
+            const V128 c0 = _mm_packus_epi16(a.c0, b.c0), c1 = _mm_packus_epi16(a.c1, b.c1);
+            const V128 c2 = _mm_packus_epi16(a.c2, b.c2);
+            uint8_t* row = rowAt(dst, dstStep, r);
+            if constexpr (kPairedRows)
+                F::store16(row, rowAt(dst, dstStep, r + 1), c0, c1, c2);
+            else
+                F::store16(OutRow{{row}}, 0, c0, c1, c2);
         }
+    } else {
+        for (int r = 0; r < M::kHeight; ++r)
+            for (int h = 0; h < M::kH; ++h)
+                F::store8(OutRow{{rowAt(dst, dstStep, r)}}, 8 * h, reverse8<M>(blocks, r, h));
     }
 }
 

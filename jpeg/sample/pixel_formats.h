@@ -4,8 +4,13 @@
 // triple (R, G, B or Y, Cb, Cr, in that order whatever the byte order) plus an
 // optional fourth channel (K) that no conversion touches.
 //
-// Eight-pixel access touches exactly the bytes of those eight pixels, so a
-// kernel may run it up to the last whole group of eight in a row.
+// Layouts with kSixteen also move sixteen pixels at a time: load16 gives the
+// triple as 16-bit lanes split by pixel parity (what three-byte pixels
+// deinterleave to most cheaply), store16 takes one byte vector per channel in
+// pixel order.
+//
+// Multi-pixel access touches exactly the bytes of those pixels, so a kernel
+// may run it up to the last whole group in a row.
 #ifndef ZEQ_JPEG_SAMPLE_PIXEL_FORMATS_H
 #define ZEQ_JPEG_SAMPLE_PIXEL_FORMATS_H
 
@@ -23,6 +28,12 @@ struct Pixel {
 // 16-bit lanes holding 0..255 (loads give that; stores expect it).
 struct Pixels8 {
     sse2::V128 c0, c1, c2, k;
+};
+
+// Sixteen pixels as 16-bit lanes: `even` holds pixels 0, 2, .., 14 and `odd`
+// pixels 1, 3, .., 15 (lane i of each is pixel 2i or 2i + 1). K is not carried.
+struct Pixels16 {
+    Pixels8 even, odd;
 };
 
 // One row of an image: one pointer per plane; interleaved layouts use plane[0].
@@ -62,6 +73,50 @@ inline void unriffle24(V128& a0, V128& a1, V128& a2) {
     a0 = t0, a1 = t1, a2 = t2;
 }
 
+// 48 bytes a0|a1|a2 riffled: byte j goes to 2j and byte 24 + j to 2j + 1,
+// i.e. byte index i moves to 2i mod 47. Three rounds send byte 3p + c of
+// pixel p, channel c to 24p + 8c mod 47: a0 = [c0 even | c1 even],
+// a1 = [c2 even | c0 odd], a2 = [c1 odd | c2 odd], pixels in order. (A
+// fourth round would give planes; the parity split is one round cheaper and
+// is what the arithmetic wants anyway.)
+inline void riffle48(V128& a0, V128& a1, V128& a2) {
+    const V128 a1Swapped = _mm_shuffle_epi32(a1, 0x4E), a2Swapped = _mm_shuffle_epi32(a2, 0x4E);
+    const V128 t0 = _mm_unpacklo_epi8(a0, a1Swapped);
+    const V128 t1 = _mm_unpackhi_epi8(a0, a2Swapped);
+    const V128 t2 = _mm_unpackhi_epi8(a1Swapped, a2);
+    a0 = t0, a1 = t1, a2 = t2;
+}
+
+// Three byte vectors (channels 0, 1, 2 of pixels 0..15) to 48 interleaved
+// bytes. Each step pairs units of one size into units of twice that size: the
+// output stream is A0 B0 C0 A1 B1 C1 .. at every unit size, where A, B and C
+// are the units starting with channel 0, 2 and 1 of a pixel pair (bytes),
+// then of a pair of such units, and so on up to 16-byte vectors.
+inline void interleave48(V128 c0, V128 c1, V128 c2, V128 out[3]) {
+    const V128 lowByte = splat16(0x00FF), highByte = splat16(static_cast<int16_t>(0xFF00));
+    // Words: A = (c0, c1) of even pixels, B = (c2 even, c0 odd), C = (c1, c2) odd.
+    const V128 wa = _mm_or_si128(_mm_and_si128(c0, lowByte), _mm_slli_epi16(c1, 8));
+    const V128 wb = _mm_or_si128(_mm_and_si128(c2, lowByte), _mm_and_si128(c0, highByte));
+    const V128 wc = _mm_or_si128(_mm_srli_epi16(c1, 8), _mm_and_si128(c2, highByte));
+    // Doublewords (A, B) of even word pairs, (C even, A odd), (B, C) odd.
+    const V128 lowWord = _mm_set1_epi32(0xFFFF), highWord = _mm_set1_epi32(~0xFFFF);
+    const V128 da = _mm_or_si128(_mm_and_si128(wa, lowWord), _mm_slli_epi32(wb, 16));
+    const V128 db = _mm_or_si128(_mm_and_si128(wc, lowWord), _mm_and_si128(wa, highWord));
+    const V128 dc = _mm_or_si128(_mm_srli_epi32(wb, 16), _mm_and_si128(wc, highWord));
+    // Quadwords the same way; shufps gathers the even (or odd) doublewords of
+    // two vectors, one pshufd puts the pairs side by side.
+    auto pairUpDwords = [](V128 a, V128 b, int pick) {
+        const __m128 g = _mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), pick);
+        return _mm_shuffle_epi32(_mm_castps_si128(g), _MM_SHUFFLE(3, 1, 2, 0));
+    };
+    const V128 qa = pairUpDwords(da, db, _MM_SHUFFLE(2, 0, 2, 0));
+    const V128 qb = pairUpDwords(dc, da, _MM_SHUFFLE(3, 1, 2, 0));
+    const V128 qc = pairUpDwords(db, dc, _MM_SHUFFLE(3, 1, 3, 1));
+    out[0] = _mm_unpacklo_epi64(qa, qb);
+    out[1] = _mm_castpd_si128(_mm_shuffle_pd(_mm_castsi128_pd(qc), _mm_castsi128_pd(qa), 2));
+    out[2] = _mm_unpackhi_epi64(qb, qc);
+}
+
 // 32 bytes a0|a1 riffled: one rotation of the 5-bit byte index.
 inline void riffle32(V128& a0, V128& a1) {
     const V128 t0 = _mm_unpacklo_epi8(a0, a1);
@@ -83,6 +138,7 @@ struct Interleaved8 {
     static constexpr int kPixelGroup = 1;
     static constexpr bool kHasK = Bytes == 4;
     static constexpr bool kLumaOnly = false;
+    static constexpr bool kSixteen = Bytes == 3 && !Inverted;
 
     static int32_t in(int32_t v) { return Inverted ? 255 - v : v; }
 
@@ -101,6 +157,25 @@ struct Interleaved8 {
         if (kHasK) p[3] = static_cast<uint8_t>(v.k);
     }
 
+    // Pixels 0..7 from `first`, 8..15 from `second` (two rows of eight, or
+    // second = first + 24), parity-split. The first riffle round reads its
+    // half-swapped operands straight from memory (bytes 8..23 and 24..39).
+    static Pixels16 load16(const uint8_t* first, const uint8_t* second) {
+        static_assert(kSixteen, "three-byte pixels only");
+        using namespace pixel_sse2;
+        const V128 bytes0 = loadu(first), bytes8 = loadu(first + 8);
+        const V128 bytes24 = loadu(second), bytes32 = loadu(second + 8);
+        V128 a0 = _mm_unpacklo_epi8(bytes0, bytes24), a1 = _mm_unpackhi_epi8(bytes0, bytes24);
+        V128 a2 = _mm_unpackhi_epi8(bytes8, bytes32);
+        for (int round = 1; round < 3; ++round) riffle48(a0, a1, a2);
+        const V128 even[3] = {widenLow(a0), widenHigh(a0), widenLow(a1)};
+        const V128 odd[3] = {widenHigh(a1), widenLow(a2), widenHigh(a2)};
+        return {{even[C0], even[C1], even[C2], zero()}, {odd[C0], odd[C1], odd[C2], zero()}};
+    }
+    static Pixels16 load16(const InRow& r, int32_t x) {
+        const uint8_t* p = r.plane[0] + Bytes * x;
+        return load16(p, p + 24);
+    }
     static Pixels8 load8(const InRow& r, int32_t x) {
         using namespace pixel_sse2;
         const uint8_t* p = r.plane[0] + Bytes * x;
@@ -124,6 +199,31 @@ struct Interleaved8 {
         }
         return out;
     }
+    // One byte vector per channel of the triple, pixels 0..15 in order, to
+    // the 48 bytes of those pixels.
+    static void interleave16(sse2::V128 c0, sse2::V128 c1, sse2::V128 c2, sse2::V128 out[3]) {
+        static_assert(kSixteen, "three-byte pixels only");
+        sse2::V128 ch[3];
+        ch[C0] = c0, ch[C1] = c1, ch[C2] = c2;
+        pixel_sse2::interleave48(ch[0], ch[1], ch[2], out);
+    }
+    // Pixels 0..7 go to `first`, 8..15 to `second` (two rows of eight).
+    static void store16(uint8_t* first, uint8_t* second, sse2::V128 c0, sse2::V128 c1,
+                        sse2::V128 c2) {
+        using namespace sse2;
+        V128 out[3];
+        interleave16(c0, c1, c2, out);
+        storeu(first, out[0]);
+        storeLow64(first + 16, out[1]);
+        storeLow64(second, _mm_unpackhi_epi64(out[1], out[1]));
+        storeu(second + 8, out[2]);
+    }
+    static void store16(const OutRow& r, int32_t x, sse2::V128 c0, sse2::V128 c1, sse2::V128 c2) {
+        sse2::V128 out[3];
+        interleave16(c0, c1, c2, out);
+        for (int i = 0; i < 3; ++i) sse2::storeu(r.plane[0] + Bytes * x + 16 * i, out[i]);
+    }
+
     static void store8(const OutRow& r, int32_t x, const Pixels8& v) {
         using namespace pixel_sse2;
         uint8_t* p = r.plane[0] + Bytes * x;
@@ -151,6 +251,7 @@ struct Planar8 {
     static constexpr int kPixelGroup = 1;
     static constexpr bool kHasK = Planes == 4;
     static constexpr bool kLumaOnly = Planes == 1;
+    static constexpr bool kSixteen = Planes != 4 && !Inverted;
 
     static int32_t in(int32_t v) { return Inverted ? 255 - v : v; }
 
@@ -158,6 +259,32 @@ struct Planar8 {
     static Row advance(Row r, int32_t x) {
         for (int i = 0; i < Planes; ++i) r.plane[i] += x;
         return r;
+    }
+
+    // The 16 bytes of pixels x..x+15 of each of the three planes.
+    static void loadBytes16(const InRow& r, int32_t x, sse2::V128 out[3]) {
+        static_assert(Planes == 3 && kSixteen, "three planes");
+        for (int i = 0; i < 3; ++i) out[i] = sse2::loadu(r.plane[i] + x);
+    }
+    static Pixels16 load16(const InRow& r, int32_t x) {
+        static_assert(Planes == 3 && kSixteen, "three planes");
+        using namespace sse2;
+        V128 even[3], odd[3];
+        for (int i = 0; i < 3; ++i) {
+            const V128 v = loadu(r.plane[i] + x);
+            even[i] = _mm_and_si128(v, splat16(0xFF));
+            odd[i] = _mm_srli_epi16(v, 8);
+        }
+        return {{even[0], even[1], even[2], zero()}, {odd[0], odd[1], odd[2], zero()}};
+    }
+    // Channel 0 only for a luma plane.
+    static void store16(const OutRow& r, int32_t x, sse2::V128 c0, sse2::V128 c1, sse2::V128 c2) {
+        static_assert(kSixteen, "one or three planes");
+        sse2::storeu(r.plane[0] + x, c0);
+        if constexpr (Planes == 3) {
+            sse2::storeu(r.plane[1] + x, c1);
+            sse2::storeu(r.plane[2] + x, c2);
+        }
     }
 
     static Pixel load(const InRow& r, int32_t x) {
@@ -200,6 +327,7 @@ struct Packed16 {
     static constexpr int kPixelGroup = 1;
     static constexpr bool kHasK = false;
     static constexpr bool kLumaOnly = false;
+    static constexpr bool kSixteen = false;
     static constexpr int kGreenMask = (1 << GreenBits) - 1;
     static constexpr int kGreenDrop = 8 - GreenBits;
 
@@ -255,6 +383,7 @@ struct Packed422 {
     static constexpr int kPixelGroup = 2;
     static constexpr bool kHasK = false;
     static constexpr bool kLumaOnly = false;
+    static constexpr bool kSixteen = false;
 
     template <class Row>
     static Row advance(Row r, int32_t x) {

@@ -279,6 +279,30 @@ TEST(McuForward, ExportedVectorScalarAndPlainAgreeWithGuardsIntact) {
     }
 }
 
+// Pixels whose bytes are 0 or 255 (and flat extremes) push the luma and
+// chroma sums to the ends of their ranges: vector and scalar still agree.
+TEST(McuForward, VectorMatchesScalarOnExtremePixels) {
+    auto& rng = test::seededRng(22);
+    const int rounds = test::scaledCount(200);
+    for (const auto& m : forwardMembers()) {
+        for (int n = 0; n < rounds; ++n) {
+            const int32_t step = m.shape.rowBytes;
+            std::vector<uint8_t> src(static_cast<size_t>(step * m.shape.height));
+            const int mode = n % 4;  // random 0/255, all 0, all 255, 0/255 by column
+            for (size_t i = 0; i < src.size(); ++i) {
+                const bool high = mode == 0   ? test::uniform<int>(rng, 0, 1) == 1
+                                  : mode == 3 ? (i / 3) % 2 == 0
+                                              : mode == 2;
+                src[i] = high ? 255 : 0;
+            }
+            BlockSet vector(m.shape), scalar(m.shape);
+            m.vector(src.data(), step, vector.pointers());
+            m.scalar(src.data(), step, scalar.pointers());
+            ASSERT_TRUE(vector == scalar) << m.name << " mode " << mode;
+        }
+    }
+}
+
 const ForwardMember& forwardNamed(const std::string& name) {
     for (const auto& m : forwardMembers())
         if (name == m.name) return m;

@@ -496,6 +496,13 @@ void levelShortLinesInverse(uint8_t* first, std::ptrdiff_t stride, int32_t n, in
     }
 }
 
+// A Level type may lift its long lines in one pass:
+//   lineForward(src, n, p, dst)   src and dst distinct, dst low band first
+template <class L, class = void>
+struct HasLineForward : std::false_type {};
+template <class L>
+struct HasLineForward<L, std::void_t<decltype(&L::lineForward)>> : std::true_type {};
+
 template <class L>
 void levelForward(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer) {
     using T = typename L::T;
@@ -506,6 +513,13 @@ void levelForward(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* b
     };
     auto post = [&](int32_t y) {
         uint8_t* r = rowAt(image, step, y);
+        if constexpr (HasLineForward<L>::value) {
+            if (w >= L::kMinLifted) {
+                std::memcpy(buffer, r, w * sizeof(T));
+                L::lineForward(buffer, w, px, r);
+                return;
+            }
+        }
         if (w >= L::kMinLifted)
             levelLineForward<typename L::Scheme::Forward, T>(r, w, px, buffer);
         else

@@ -431,9 +431,12 @@ void liftColumnsInPlace(uint8_t* image, int32_t step, int32_t n, int p, int32_t 
 }
 
 // Reorders n rows between interleaved (parity p) and low band first, moving
-// each row once along the cycles of the permutation; tmp holds one row.
-inline void reorderRows(uint8_t* image, int32_t step, int32_t n, int p, size_t rowBytes,
-                        uint8_t* tmp, bool toLowFirst) {
+// each row once along the cycles of the permutation with move(to, from);
+// tmp holds the one row saved per cycle. A row already in place is moved
+// through tmp as well when kMoveFixed is set (move then transforms).
+template <bool kMoveFixed = false, class Move>
+void reorderRows(uint8_t* image, int32_t step, int32_t n, int p, size_t rowBytes, uint8_t* tmp,
+                 bool toLowFirst, const Move& move) {
     const int32_t nL = lowCount(n, p);
     auto source = [&](int32_t j) -> int32_t {
         if (toLowFirst) return j < nL ? 2 * j + p : 2 * (j - nL) + 1 - p;
@@ -441,7 +444,7 @@ inline void reorderRows(uint8_t* image, int32_t step, int32_t n, int p, size_t r
     };
     for (int32_t s = 0; s < n; ++s) {
         int32_t k = source(s);
-        if (k == s) continue;
+        if (k == s && !kMoveFixed) continue;
         while (k > s) k = source(k);
         if (k < s) continue;  // the cycle was moved from its smallest row
         std::memcpy(tmp, rowAt(image, step, s), rowBytes);
@@ -449,11 +452,16 @@ inline void reorderRows(uint8_t* image, int32_t step, int32_t n, int p, size_t r
         for (;;) {
             k = source(j);
             if (k == s) break;
-            std::memcpy(rowAt(image, step, j), rowAt(image, step, k), rowBytes);
+            move(rowAt(image, step, j), rowAt(image, step, k));
             j = k;
         }
-        std::memcpy(rowAt(image, step, j), tmp, rowBytes);
+        move(rowAt(image, step, j), tmp);
     }
+}
+inline void reorderRows(uint8_t* image, int32_t step, int32_t n, int p, size_t rowBytes,
+                        uint8_t* tmp, bool toLowFirst) {
+    reorderRows(image, step, n, p, rowBytes, tmp, toLowFirst,
+                [&](uint8_t* to, const uint8_t* from) { std::memcpy(to, from, rowBytes); });
 }
 
 // A whole-level family member is described by a Level type:
@@ -496,6 +504,13 @@ void levelShortLinesInverse(uint8_t* first, std::ptrdiff_t stride, int32_t n, in
     }
 }
 
+// A Level type may lift its long lines in one pass:
+//   lineForward(src, n, p, dst)   src and dst distinct, dst low band first
+template <class L, class = void>
+struct HasLineForward : std::false_type {};
+template <class L>
+struct HasLineForward<L, std::void_t<decltype(&L::lineForward)>> : std::true_type {};
+
 template <class L>
 void levelForward(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* buffer) {
     using T = typename L::T;
@@ -506,12 +521,31 @@ void levelForward(uint8_t* image, int32_t step, const ZeqiRect& rect, uint8_t* b
     };
     auto post = [&](int32_t y) {
         uint8_t* r = rowAt(image, step, y);
+        if constexpr (HasLineForward<L>::value) {
+            if (w >= L::kMinLifted) {
+                std::memcpy(buffer, r, w * sizeof(T));
+                L::lineForward(buffer, w, px, r);
+                return;
+            }
+        }
         if (w >= L::kMinLifted)
             levelLineForward<typename L::Scheme::Forward, T>(r, w, px, buffer);
         else
             levelShortLinesForward<L>(r, sizeof(T), w, px);
         if constexpr (L::kFloatLines) floatToInt32(r, w);
     };
+    if constexpr (HasLineForward<L>::value) {
+        if (h >= L::kMinLifted && w >= L::kMinLifted) {
+            // The horizontal pass runs in the row reorder: each row is lifted
+            // straight from its interleaved place into its final one.
+            liftColumnsInPlace<typename L::Scheme::Forward>(
+                image, step, h, py, w, [](int32_t) {}, [](int32_t) {});
+            reorderRows<true>(
+                image, step, h, py, w * sizeof(T), buffer, true,
+                [&](uint8_t* to, const uint8_t* from) { L::lineForward(from, w, px, to); });
+            return;
+        }
+    }
     if (h >= L::kMinLifted) {
         liftColumnsInPlace<typename L::Scheme::Forward>(image, step, h, py, w, pre, post);
         reorderRows(image, step, h, py, w * sizeof(typename L::Image), buffer, true);

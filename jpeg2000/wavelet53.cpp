@@ -22,6 +22,35 @@ struct StoreOf<int32_t> {
 
 }  // namespace
 
+// The interior pairs go through one vector pass; the mirrored samples at
+// both ends are read through the mirror and lifted one by one.
+template <class T>
+void forwardLevelLine53(const uint8_t* src, int32_t n, int p, uint8_t* dst) {
+    using St = typename StoreOf<T>::type;
+    constexpr std::ptrdiff_t sz = sizeof(T);
+    const int32_t nL = lowCount(n, p), nH = n - nL;
+    uint8_t* high = dst + nL * sz;
+    auto x = [&](int32_t k) { return loadElement<T>(src, mirror(k, n)); };
+    // d_j, the high value right of low j (line position 2j + p + 1)
+    auto predictAt = [&](int32_t j) {
+        const int32_t k = 2 * j + p + 1;
+        return Predict53<St>::one(x(k), x(k - 1), x(k + 1));
+    };
+    T dPrev = predictAt(-1);
+    if (p) storeElement<T>(high, 0, dPrev);
+    // For p = 1 the high value right of low j is high j + 1.
+    uint8_t* dOut = high + p * sz;
+    // Pairs whose right neighbour E_{j+1} lies inside the line.
+    const int32_t inside = (n - 1 - p) / 2;
+    dPrev = forwardPairs53<St>(src + p * sz, inside, dPrev, dst, dOut);
+    for (int32_t j = inside; j < nL; ++j) {
+        const T d = predictAt(j);
+        if (j + p < nH) storeElement<T>(dOut, j, d);
+        storeElement<T>(dst, j, Update53<St>::one(x(2 * j + p), dPrev, d));
+        dPrev = d;
+    }
+}
+
 // A 5/3 whole level: lines shorter than three samples take the short-line rules.
 template <class Elem>
 struct Level53 {
@@ -30,6 +59,9 @@ struct Level53 {
     using Scheme = Scheme53<St>;
     using Image = T;
     static constexpr int32_t kMinLifted = 3;
+    static void lineForward(const uint8_t* src, int32_t n, int p, uint8_t* dst) {
+        forwardLevelLine53<T>(src, n, p, dst);
+    }
     static constexpr bool kFloatLines = false;
     static T doubled(T v) { return St::store(2 * static_cast<int64_t>(v)); }
     static T halved(T v) { return static_cast<T>(v >> 1); }
@@ -98,6 +130,7 @@ int32_t levelBufferSize53(const ZeqiRect& rect, int32_t sampleBytes, bool copies
                                    uint8_t*, int32_t, int);                                        \
     template void inverseColumns53<T>(const uint8_t*, int32_t, const uint8_t*, int32_t, ZeqiSize,  \
                                       uint8_t*, int32_t, int);                                     \
+    template void forwardLevelLine53<T>(const uint8_t*, int32_t, int, uint8_t*);                   \
     template void forwardColumnLift53<T>(const uint8_t*, const uint8_t*, const uint8_t*, uint8_t*, \
                                          const uint8_t*, uint8_t*, int32_t);                       \
     template void inverseColumnLift53<T>(const uint8_t*, const uint8_t*, const uint8_t*,           \

@@ -37,6 +37,12 @@ template <class T>
 void inverseColumnLift53(const uint8_t* low1, const uint8_t* high0, const uint8_t* high1,
                          const uint8_t* even0, uint8_t* odd, uint8_t* even1, int32_t width);
 
+// A whole-level line, forward: the n >= 3 samples at src (the first at
+// parity p), extended by whole-sample symmetric extension, lifted into dst
+// as the low band followed by the high band. src and dst must not overlap.
+template <class T>
+void forwardLevelLine53(const uint8_t* src, int32_t n, int p, uint8_t* dst);
+
 // Whole levels: LevelKernels<Level53<T>> (wavelet_level.h).
 template <class T>
 struct Level53;

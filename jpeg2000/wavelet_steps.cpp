@@ -20,6 +20,23 @@ void liftRunScalar(uint8_t* out, const uint8_t* in, const uint8_t* a, const uint
                                              const uint8_t*, int32_t);
 ZEQ_WT_FOR_EACH_STEP(ZEQ_WT_INSTANTIATE_SCALAR)
 
+template <class St>
+typename St::T forwardPairs53Scalar(const uint8_t* e, int32_t count, typename St::T dPrev,
+                                    uint8_t* low, uint8_t* dOut) {
+    using T = typename St::T;
+    for (int32_t j = 0; j < count; ++j) {
+        const T even = loadElement<T>(e, 2 * j);
+        const T d =
+            Predict53<St>::one(loadElement<T>(e, 2 * j + 1), even, loadElement<T>(e, 2 * j + 2));
+        storeElement<T>(dOut, j, d);
+        storeElement<T>(low, j, Update53<St>::one(even, dPrev, d));
+        dPrev = d;
+    }
+    return dPrev;
+}
+template int16_t forwardPairs53Scalar<Wrap16>(const uint8_t*, int32_t, int16_t, uint8_t*, uint8_t*);
+template int32_t forwardPairs53Scalar<Wrap32>(const uint8_t*, int32_t, int32_t, uint8_t*, uint8_t*);
+
 template <class T>
 void deinterleaveScalar(const uint8_t* src, uint8_t* first, uint8_t* second, int32_t pairs) {
     for (int32_t i = 0; i < pairs; ++i) {

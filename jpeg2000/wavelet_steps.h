@@ -113,6 +113,20 @@ void liftRun(uint8_t* out, const uint8_t* in, const uint8_t* a, const uint8_t* b
 template <class Step>
 void liftRunScalar(uint8_t* out, const uint8_t* in, const uint8_t* a, const uint8_t* b, int32_t n);
 
+// The 5/3 lifting of a run of sample pairs in one pass, for whole-level
+// lines. Pair j is E_j at element 2j of e and O_j after it; E_count is read
+// too. Forward, for j in [0, count):
+//   d_j = O_j - ((E_j + E_{j+1}) >> 1)            to dOut[j]
+//   s_j = E_j + ((d_{j-1} + d_j + 2) >> 2)        to low[j]
+// with d_{-1} = dPrev; returns d_{count-1} (dPrev for no pairs). The outputs
+// must not overlap e.
+template <class St>
+typename St::T forwardPairs53(const uint8_t* e, int32_t count, typename St::T dPrev, uint8_t* low,
+                              uint8_t* dOut);
+template <class St>
+typename St::T forwardPairs53Scalar(const uint8_t* e, int32_t count, typename St::T dPrev,
+                                    uint8_t* low, uint8_t* dOut);
+
 // Row helpers of the line and level drivers (SSE2, with scalar twins).
 // Splits n pairs of elements (e0 o0 e1 o1 ...) into two runs.
 template <class T>

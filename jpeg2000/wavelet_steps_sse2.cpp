@@ -6,6 +6,7 @@
 // multiply-add, whose 32-bit sums cannot overflow for 2.14 constants.
 #include <emmintrin.h>
 
+#include "core/rows.h"
 #include "core/sse2.h"
 #include "jpeg2000/wavelet_schemes.h"
 #include "jpeg2000/wavelet_steps.h"
@@ -208,6 +209,94 @@ void liftRun(uint8_t* out, const uint8_t* in, const uint8_t* a, const uint8_t* b
     template void liftRun<__VA_ARGS__>(uint8_t*, const uint8_t*, const uint8_t*, const uint8_t*, \
                                        int32_t);
 ZEQ_WT_FOR_EACH_STEP(ZEQ_WT_INSTANTIATE_VECTOR)
+
+// Forward 5/3 pairs: E and O split in registers, E_{j+1} and d_{j-1} by
+// shifting in one lane from the next pair and from the previous block.
+namespace {
+
+template <class T>
+struct PairLanes;
+template <>
+struct PairLanes<int16_t> {
+    static constexpr int kLanes = 8;
+    static void split(V128 v0, V128 v1, V128& even, V128& odd) {
+        even = packLow16(v0, v1);
+        odd = _mm_packs_epi32(_mm_srai_epi32(v0, 16), _mm_srai_epi32(v1, 16));
+    }
+    // (v[1..7], next)
+    static V128 shiftInLast(V128 v, int16_t next) {
+        return _mm_insert_epi16(_mm_srli_si128(v, 2), static_cast<uint16_t>(next), 7);
+    }
+    // (prev[7], v[0..6])
+    static V128 shiftInFirst(V128 v, V128 prev) {
+        return _mm_or_si128(_mm_slli_si128(v, 2), _mm_srli_si128(prev, 14));
+    }
+    static V128 lastLane(int16_t v) {
+        return _mm_insert_epi16(_mm_setzero_si128(), static_cast<uint16_t>(v), 7);
+    }
+    static int16_t last(V128 v) { return static_cast<int16_t>(_mm_extract_epi16(v, 7)); }
+    // (a + b) >> 1 and (a + b + 2) >> 2 in 32 bits, low 16 bits kept
+    static V128 half(V128 a, V128 b) {
+        return _mm_add_epi16(_mm_and_si128(a, b), _mm_srai_epi16(_mm_xor_si128(a, b), 1));
+    }
+    static V128 quarter(V128 a, V128 b) {
+        const V128 h = half(a, b);
+        return _mm_sub_epi16(h, _mm_srai_epi16(h, 1));
+    }
+    static V128 add(V128 a, V128 b) { return _mm_add_epi16(a, b); }
+    static V128 sub(V128 a, V128 b) { return _mm_sub_epi16(a, b); }
+};
+template <>
+struct PairLanes<int32_t> {
+    static constexpr int kLanes = 4;
+    static void split(V128 v0, V128 v1, V128& even, V128& odd) {
+        const __m128 a = _mm_castsi128_ps(v0), b = _mm_castsi128_ps(v1);
+        even = _mm_castps_si128(_mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0)));
+        odd = _mm_castps_si128(_mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1)));
+    }
+    static V128 shiftInLast(V128 v, int32_t next) {
+        return _mm_or_si128(_mm_srli_si128(v, 4), _mm_slli_si128(_mm_cvtsi32_si128(next), 12));
+    }
+    static V128 shiftInFirst(V128 v, V128 prev) {
+        return _mm_or_si128(_mm_slli_si128(v, 4), _mm_srli_si128(prev, 12));
+    }
+    static V128 lastLane(int32_t v) { return _mm_slli_si128(_mm_cvtsi32_si128(v), 12); }
+    static int32_t last(V128 v) { return _mm_cvtsi128_si32(_mm_srli_si128(v, 12)); }
+    static V128 half(V128 a, V128 b) { return _mm_srai_epi32(_mm_add_epi32(a, b), 1); }
+    static V128 quarter(V128 a, V128 b) {
+        return _mm_srai_epi32(_mm_add_epi32(_mm_add_epi32(a, b), _mm_set1_epi32(2)), 2);
+    }
+    static V128 add(V128 a, V128 b) { return _mm_add_epi32(a, b); }
+    static V128 sub(V128 a, V128 b) { return _mm_sub_epi32(a, b); }
+};
+
+}  // namespace
+
+template <class St>
+typename St::T forwardPairs53(const uint8_t* e, int32_t count, typename St::T dPrev, uint8_t* low,
+                              uint8_t* dOut) {
+    using T = typename St::T;
+    using L = PairLanes<T>;
+    constexpr std::ptrdiff_t sz = sizeof(T);
+    int32_t j = 0;
+    if (count >= L::kLanes) {
+        V128 prev = L::lastLane(dPrev);
+        for (; j + L::kLanes <= count; j += L::kLanes) {
+            const uint8_t* s = e + 2 * sz * j;
+            V128 even, odd;
+            L::split(loadu(s), loadu(s + 16), even, odd);
+            const V128 nextEven = L::shiftInLast(even, loadElement<T>(e, 2 * (j + L::kLanes)));
+            const V128 d = L::sub(odd, L::half(even, nextEven));
+            storeu(dOut + sz * j, d);
+            storeu(low + sz * j, L::add(even, L::quarter(L::shiftInFirst(d, prev), d)));
+            prev = d;
+        }
+        dPrev = L::last(prev);
+    }
+    return forwardPairs53Scalar<St>(e + 2 * sz * j, count - j, dPrev, low + sz * j, dOut + sz * j);
+}
+template int16_t forwardPairs53<Wrap16>(const uint8_t*, int32_t, int16_t, uint8_t*, uint8_t*);
+template int32_t forwardPairs53<Wrap32>(const uint8_t*, int32_t, int32_t, uint8_t*, uint8_t*);
 
 // 16-bit pairs: the first of each pair is the sign-extended low half of a
 // 32-bit lane, the second its arithmetic high half. 32-bit pairs move through

@@ -251,6 +251,44 @@ TEST(Wavelet53Level, CopyingMembersCutTheInPlaceResultAndRestoreIt) {
     checkCopyingMembers<int32_t>();
 }
 
+// The one-pass line lift reads only the n samples of its source (the ends
+// come through the mirror) and writes exactly n samples, for every length,
+// parity and byte offset, on full-range values that wrap.
+template <class T>
+void checkLevelLines() {
+    auto& rng = test::seededRng(53 + sizeof(T));
+    const int bits = 8 * sizeof(T);
+    for (int32_t n = 3; n <= 70; ++n) {
+        for (int p = 0; p < 2; ++p) {
+            for (int offset = 0; offset < 2; ++offset) {
+                // The source ends its allocation: the sanitizer build sees any
+                // read past it (and before it, at offset 0).
+                std::vector<uint8_t> src(offset + n * sizeof(T));
+                test::fillRandom(rng, src.data(), src.size());
+                ByteImage dst(n * sizeof(T), 1, 1 - offset);
+                Line x(n);
+                for (int32_t i = 0; i < n; ++i) x[i] = loadElement<T>(src.data() + offset, i);
+                wt::forwardLevelLine53<T>(src.data() + offset, n, p, dst.data());
+                const Line want = forward53(x, p, bits);
+                for (int32_t i = 0; i < n; ++i)
+                    ASSERT_EQ(loadElement<T>(dst.data(), i), want[i])
+                        << "n " << n << " p " << p << " at " << i;
+                const auto& all = dst.allBytes();
+                const size_t first = static_cast<size_t>(dst.data() - all.data());
+                for (size_t i = 0; i < all.size(); ++i) {
+                    const bool inside = i >= first && i < first + n * sizeof(T);
+                    ASSERT_TRUE(inside || all[i] == ByteImage::kSentinel)
+                        << "n " << n << " byte " << i;
+                }
+            }
+        }
+    }
+}
+TEST(Wavelet53Level, OnePassLineLiftMatchesTheLineReference) {
+    checkLevelLines<int16_t>();
+    checkLevelLines<int32_t>();
+}
+
 TEST(Wavelet53Level, ShortLinesFollowTheirRules) {
     // One sample: doubled at an odd position, kept at an even one.
     int16_t v = 1234;

@@ -88,6 +88,34 @@ TEST(WaveletSteps, FixedPointStepsRoundHalfUpAndClampOrWrap) {
     EXPECT_EQ(Update53<Wrap16>::one(0, -3, 0), -1);  // (-3 + 2) >> 2 floors
 }
 
+// The fused 5/3 pairs against their scalar twin: every count, byte offset
+// and full-range bits (so sums wrap), with the carried high value in and out.
+template <class St>
+void checkForwardPairs(uint32_t seed) {
+    using T = typename St::T;
+    auto& rng = test::seededRng(seed);
+    for (int32_t count = 0; count <= 70; ++count) {
+        for (int offset = 0; offset < 4; ++offset) {
+            const auto e = randomBytes<T>(rng, 2 * count + 1, offset);
+            const T dPrev = static_cast<T>(rng());
+            ByteImage low(count * sizeof(T), 1, offset), high(count * sizeof(T), 1, 3 - offset);
+            ByteImage lowRef(count * sizeof(T), 1, offset),
+                highRef(count * sizeof(T), 1, 3 - offset);
+            const T last =
+                forwardPairs53<St>(e.data() + offset, count, dPrev, low.data(), high.data());
+            const T lastRef = forwardPairs53Scalar<St>(e.data() + offset, count, dPrev,
+                                                       lowRef.data(), highRef.data());
+            ASSERT_EQ(last, lastRef) << "count " << count;
+            ASSERT_EQ(low.allBytes(), lowRef.allBytes()) << "count " << count;
+            ASSERT_EQ(high.allBytes(), highRef.allBytes()) << "count " << count;
+        }
+    }
+}
+TEST(WaveletSteps, ForwardPairs53MatchTheirScalarTwin) {
+    checkForwardPairs<Wrap16>(101);
+    checkForwardPairs<Wrap32>(102);
+}
+
 template <class T>
 void checkInterleave() {
     auto& rng = test::seededRng(sizeof(T));

@@ -22,21 +22,68 @@
 
 namespace zeq::t1 {
 
+// ---- Stripe columns ------------------------------------------------------------
+//
+// A pass handles the four samples of a stripe column together: its two state
+// words are read into one 64-bit word (row r of the stripe in bits 16r ..
+// 16r + 15), and masks computed on that word find the samples the pass codes,
+// so columns without any are passed over with one test.
+
+constexpr uint64_t kEveryHalf(uint32_t bits) { return uint64_t{bits} * 0x0001000100010001ull; }
+
+inline uint64_t loadColumn(const uint32_t* column, int32_t stride) {
+    return column[0] | (uint64_t{column[stride]} << 32);
+}
+
+inline void storeColumn(uint32_t* column, int32_t stride, uint64_t v) {
+    column[0] = static_cast<uint32_t>(v);
+    column[stride] = static_cast<uint32_t>(v >> 32);
+}
+
+// The rows of a stripe that exist: all four, or the first `rows`.
+inline uint64_t stripeRowsMask(int rows) {
+    return rows >= 4 ? ~uint64_t{0} : (uint64_t{1} << (16 * rows)) - 1;
+}
+
+// The rows of the stripe below row r.
+inline uint64_t rowsBelow(int r) { return (~uint64_t{0} << (16 * r)) << 16; }
+
+// Samples neither significant nor visited, marked by their significance bit.
+inline uint64_t unsettledSamples(uint64_t column) {
+    return ~(column | (column >> 1)) & kEveryHalf(kSignificant);
+}
+
+// Significance propagation codes the unsettled samples that have a
+// significant neighbour; marked by bit 8 of their half (the neighbour byte
+// plus 0xFF carries into it exactly when the byte is not zero).
+inline uint64_t propagationCandidates(uint64_t column) {
+    const uint64_t neighbours =
+        ((column & kEveryHalf(kNeighbourMask)) + kEveryHalf(kNeighbourMask)) & kEveryHalf(0x100);
+    return neighbours & (unsettledSamples(column) >> 4);
+}
+
+// Refinement codes the samples significant before this plane (not visited).
+inline uint64_t refinementCandidates(uint64_t column) {
+    return column & ~(column >> 1) & kEveryHalf(kSignificant);
+}
+
+inline int candidateRow(uint64_t candidates) { return __builtin_ctzll(candidates) >> 4; }
+
 // Sign coding then the significance update, as the significance and cleanup
-// passes both do it. Raw passes send the plain sign: no context, no XOR.
+// passes both do it; `half` is the sample's state. Raw passes send the plain
+// sign: no context, no XOR.
 template <bool Raw, bool Causal, class Coder>
-inline void codeSignificantSample(const SampleGrid& g, Coder& coder, uint32_t* w, int odd, int x,
-                                  int y, int rowInStripe) {
-    const uint32_t half = *w >> (16 * odd);
+inline void codeSignificantSample(const SampleGrid& g, Coder& coder, uint32_t* column,
+                                  uint32_t half, int x, int y0, int r) {
     int negative;
     if (Raw) {
-        negative = coder.sign(x, y, kSignFirstLabel, 0);
+        negative = coder.sign(x, y0 + r, kSignFirstLabel, 0);
     } else {
         const uint32_t entry = signEntry(half);
-        negative = coder.sign(x, y, static_cast<int>(entry & 0xFF), entry >> 31);
+        negative = coder.sign(x, y0 + r, static_cast<int>(entry & 0xFF), entry >> 31);
     }
-    coder.significant(x, y, negative);
-    markSignificant(w, g.stride, odd, negative, Causal && rowInStripe == 0);
+    coder.significant(x, y0 + r, negative);
+    markSignificant(column + (r >> 1) * g.stride, g.stride, r & 1, negative, Causal && r == 0);
 }
 
 // Significance propagation: every insignificant sample with a significant
@@ -45,19 +92,27 @@ template <bool Raw, bool Causal, class Coder>
 void significancePass(const SampleGrid& g, Coder& shared, const uint8_t* zeroCoding) {
     Coder coder = shared;  // a local copy keeps the coder registers out of memory
     for (int y0 = 0; y0 < g.height; y0 += 4) {
-        const int rows = std::min(4, g.height - y0);
+        const uint64_t rows = stripeRowsMask(g.height - y0);
         uint32_t* column = g.words + (y0 >> 1) * g.stride;
         for (int x = 0; x < g.width; ++x, ++column) {
-            if ((column[0] | column[g.stride]) == 0) continue;
-            for (int r = 0; r < rows; ++r) {
-                uint32_t* w = column + (r >> 1) * g.stride;
-                const int odd = r & 1;
-                const uint32_t half = *w >> (16 * odd);
-                if ((half & (kSignificant | kVisited)) || !(half & kNeighbourMask)) continue;
-                if (coder.bit(x, y0 + r, zeroCoding[half & kNeighbourMask]))
-                    codeSignificantSample<Raw, Causal>(g, coder, w, odd, x, y0 + r, r);
-                *w |= kVisited << (16 * odd);
-            }
+            uint64_t state = loadColumn(column, g.stride);
+            uint64_t candidates = propagationCandidates(state) & rows;
+            if (candidates == 0) continue;
+            uint64_t visited = 0;
+            do {
+                const int r = candidateRow(candidates);
+                const uint32_t half = static_cast<uint32_t>(state >> (16 * r));
+                visited |= uint64_t{kVisited} << (16 * r);
+                if (coder.bit(x, y0 + r, zeroCoding[half & kNeighbourMask])) {
+                    codeSignificantSample<Raw, Causal>(g, coder, column, half, x, y0, r);
+                    // Rows below may have gained a significant neighbour.
+                    state = loadColumn(column, g.stride);
+                    candidates = propagationCandidates(state) & rows & rowsBelow(r);
+                } else {
+                    candidates &= candidates - 1;
+                }
+            } while (candidates != 0);
+            storeColumn(column, g.stride, state | visited);
         }
     }
     shared = coder;
@@ -68,19 +123,19 @@ void significancePass(const SampleGrid& g, Coder& shared, const uint8_t* zeroCod
 template <class Coder>
 void refinementPass(const SampleGrid& g, Coder& shared) {
     Coder coder = shared;  // a local copy keeps the coder registers out of memory
+    static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above significance");
     for (int y0 = 0; y0 < g.height; y0 += 4) {
-        const int rows = std::min(4, g.height - y0);
+        const uint64_t rows = stripeRowsMask(g.height - y0);
         uint32_t* column = g.words + (y0 >> 1) * g.stride;
         for (int x = 0; x < g.width; ++x, ++column) {
-            if (!((column[0] | column[g.stride]) & kBothHalves(kSignificant))) continue;
-            for (int r = 0; r < rows; ++r) {
-                uint32_t* w = column + (r >> 1) * g.stride;
-                const int shift = 16 * (r & 1);
-                const uint32_t half = *w >> shift;
-                if ((half & (kSignificant | kVisited)) != kSignificant) continue;
-                coder.refine(x, y0 + r, refinementLabel(half));
-                *w |= kRefined << shift;
+            const uint64_t state = loadColumn(column, g.stride);
+            const uint64_t refined = refinementCandidates(state) & rows;
+            if (refined == 0) continue;
+            for (uint64_t candidates = refined; candidates != 0; candidates &= candidates - 1) {
+                const int r = candidateRow(candidates);
+                coder.refine(x, y0 + r, refinementLabel(static_cast<uint32_t>(state >> (16 * r))));
             }
+            storeColumn(column, g.stride, state | (refined << 2));
         }
     }
     shared = coder;
@@ -92,29 +147,32 @@ void refinementPass(const SampleGrid& g, Coder& shared) {
 template <bool Causal, class Coder>
 void cleanupPass(const SampleGrid& g, Coder& shared, const uint8_t* zeroCoding) {
     Coder coder = shared;  // a local copy keeps the coder registers out of memory
-    constexpr uint32_t kClearVisited = ~kBothHalves(kVisited);
     for (int y0 = 0; y0 < g.height; y0 += 4) {
-        const int rows = std::min(4, g.height - y0);
+        const int rowCount = g.height - y0;
+        const uint64_t rows = stripeRowsMask(rowCount);
         uint32_t* column = g.words + (y0 >> 1) * g.stride;
         for (int x = 0; x < g.width; ++x, ++column) {
-            int r = 0;
-            if (rows == 4 && (column[0] | column[g.stride]) == 0) {
-                r = coder.run(x, y0);
+            uint64_t state = loadColumn(column, g.stride);
+            uint64_t candidates;
+            if (rowCount >= 4 && state == 0) {
+                const int r = coder.run(x, y0);
                 if (r < 0) continue;
-                codeSignificantSample<false, Causal>(g, coder, column + (r >> 1) * g.stride, r & 1,
-                                                     x, y0 + r, r);
-                ++r;
+                codeSignificantSample<false, Causal>(g, coder, column, 0, x, y0, r);
+                state = loadColumn(column, g.stride);
+                candidates = unsettledSamples(state) & rowsBelow(r);
+            } else {
+                candidates = unsettledSamples(state) & rows;
             }
-            for (; r < rows; ++r) {
-                uint32_t* w = column + (r >> 1) * g.stride;
-                const int odd = r & 1;
-                const uint32_t half = *w >> (16 * odd);
-                if (half & (kSignificant | kVisited)) continue;
-                if (coder.bit(x, y0 + r, zeroCoding[half & kNeighbourMask]))
-                    codeSignificantSample<false, Causal>(g, coder, w, odd, x, y0 + r, r);
+            for (; candidates != 0; candidates &= candidates - 1) {
+                const int r = candidateRow(candidates);
+                const uint32_t half = static_cast<uint32_t>(state >> (16 * r));
+                if (coder.bit(x, y0 + r, zeroCoding[half & kNeighbourMask])) {
+                    codeSignificantSample<false, Causal>(g, coder, column, half, x, y0, r);
+                    state = loadColumn(column, g.stride);
+                }
             }
-            column[0] &= kClearVisited;
-            column[g.stride] &= kClearVisited;
+            if (state & kEveryHalf(kVisited))
+                storeColumn(column, g.stride, state & ~kEveryHalf(kVisited));
         }
     }
     shared = coder;

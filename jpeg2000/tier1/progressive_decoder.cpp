@@ -47,33 +47,40 @@ void setPlane(ProgressiveDecodeState* s, int32_t plane) {
 struct SampleWriter {
     uint8_t* dst;
     int32_t step;
-    uint32_t midpoint;
-    uint32_t half;
-    uint32_t maskAbove;
+    uint32_t planeBit;  // 2^p
 
-    void significant(int x, int y, int negative) {
+    void significant(int x, int y, int negative) const {
         storeElement<uint32_t>(rowAt(dst, step, y), x,
-                               (static_cast<uint32_t>(negative) << 31) | midpoint);
+                               (static_cast<uint32_t>(negative) << 31) | planeBit |
+                                   (planeBit >> 1));
     }
-    void refined(int x, int y, int bit) {
+    void refined(int x, int y, int bit) const {
         uint8_t* row = rowAt(dst, step, y);
         const uint32_t v = loadElement<uint32_t>(row, x);
-        storeElement<uint32_t>(row, x, (v & maskAbove) | (bit ? midpoint : half));
+        const uint32_t above = ~((planeBit << 1) - 1);
+        storeElement<uint32_t>(row, x,
+                               (v & above) | (planeBit & (0u - static_cast<uint32_t>(bit))) |
+                                   (planeBit >> 1));
     }
 };
 
-struct ArithmeticDecoder : SampleWriter {
-    MqDecoderRegisters mq;
-    uint8_t* contexts;
+// What a pass keeps of the arithmetic decoder: A, C and CT, the contexts (a
+// copy, so that they sit next to the pass's other locals) and pointers to the
+// byte stream and the sample writer, which it touches less often.
+struct ArithmeticDecoder {
+    MqDecoderCursor mq;
+    const SampleWriter* out;
+    uint8_t contexts[kContextCount];
 
     int decide(int label) { return mqDecode(mq, contexts[label]); }
     int bit(int, int, int label) { return decide(label); }
     int sign(int, int, int label, uint32_t xorBit) {
         return decide(label) ^ static_cast<int>(xorBit);
     }
+    void significant(int x, int y, int negative) { out->significant(x, y, negative); }
     int refine(int x, int y, int label) {
         const int b = decide(label);
-        refined(x, y, b);
+        out->refined(x, y, b);
         return b;
     }
     int run(int, int) {
@@ -83,14 +90,16 @@ struct ArithmeticDecoder : SampleWriter {
     }
 };
 
-struct RawDecoder : SampleWriter {
+struct RawDecoder {
     RawReader raw;
+    const SampleWriter* out;
 
     int bit(int, int, int) { return rawGet(raw); }
     int sign(int, int, int, uint32_t) { return rawGet(raw); }
+    void significant(int x, int y, int negative) { out->significant(x, y, negative); }
     int refine(int x, int y, int) {
         const int b = rawGet(raw);
-        refined(x, y, b);
+        out->refined(x, y, b);
         return b;
     }
     int run(int, int) { return -1; }  // raw passes have no run mode
@@ -127,10 +136,6 @@ bool predictableTerminationHolds(const MqDecoderRegisters& mq) {
 template <bool Causal>
 bool decodePass(ProgressiveDecodeState* s, const SampleGrid& g, int32_t next,
                 ArithmeticDecoder& arith, RawDecoder& raw) {
-    const SampleWriter writer{s->destination, s->destinationStep, s->planeMidpoint, s->planeHalf,
-                              s->planeMaskAbove};
-    static_cast<SampleWriter&>(arith) = writer;
-    static_cast<SampleWriter&>(raw) = writer;
     switch (next) {
         case kNextSignificance:
             significancePass<false, Causal>(g, arith, s->zeroCoding);
@@ -189,20 +194,22 @@ ZeqStatus decodeStep(ProgressiveDecodeState* s, const uint8_t* src, int32_t srcL
     const bool perPass = (s->flags & kFlagTerminateEachPass) != 0;
     const bool causal = (s->flags & kFlagCausal) != 0;
 
-    ArithmeticDecoder arith{};
-    arith.contexts = s->contexts;
-    RawDecoder raw{};
-    const bool rawSegment = isRawPass(s->nextPass);
-    if (rawSegment)
+    SampleWriter writer{s->destination, s->destinationStep, s->planeBit};
+    MqDecoderRegisters mq{};
+    RawDecoder raw{{}, &writer};
+    if (isRawPass(s->nextPass))
         rawReaderStart(raw.raw, src, srcLen);
     else
-        mqDecoderStart(arith.mq, src, srcLen);
+        mqDecoderStart(mq, src, srcLen);
+    ArithmeticDecoder arith{MqDecoderCursor(mq), &writer, {}};
+    std::memcpy(arith.contexts, s->contexts, kContextCount);
 
     ZeqStatus status = StatusOk;
     for (;;) {
         const int32_t next = s->nextPass;
+        writer.planeBit = s->planeBit;
         if (s->flags & kFlagResetContexts)
-            std::memcpy(s->contexts, kInitialContexts.data(), kContextCount);
+            std::memcpy(arith.contexts, kInitialContexts.data(), kContextCount);
         const bool ok = causal ? decodePass<true>(s, g, next, arith, raw)
                                : decodePass<false>(s, g, next, arith, raw);
         if (!ok) {
@@ -214,15 +221,18 @@ ZeqStatus decodeStep(ProgressiveDecodeState* s, const uint8_t* src, int32_t srcL
         if (isCleanup(next)) setPlane(s, --plane);
         s->nextPass = followingPass(next, plane, s->bypassPlane);
         const bool segmentEnds = perPass || plane < 0 || isRawPass(s->nextPass) != isRawPass(next);
+        arith.mq.store();
         if (segmentEnds && !isRawPass(next) && (s->flags & kFlagCheckPredictableTermination) &&
-            !predictableTerminationHolds(arith.mq)) {
+            !predictableTerminationHolds(mq)) {
             status = StatusCodeBlockCorrupt;
             break;
         }
         if (segmentEnds || s->passCounter < 1) break;
     }
-    s->mq = arith.mq;
+    arith.mq.store();
+    s->mq = mq;
     s->raw = raw.raw;
+    std::memcpy(s->contexts, arith.contexts, kContextCount);
     if (status != StatusOk) s->errorLatch = 1;
     return status;
 }

@@ -67,6 +67,10 @@ inline uint64_t refinementCandidates(uint64_t column) {
     return column & ~(column >> 1) & kEveryHalf(kSignificant);
 }
 
+// Each pass is a function of its own: inlined into its caller, the passes
+// would share one register allocation and spill the coder registers.
+#define ZEQ_T1_PASS __attribute__((noinline))
+
 inline int candidateRow(uint64_t candidates) { return __builtin_ctzll(candidates) >> 4; }
 
 // Sign coding then the significance update, as the significance and cleanup
@@ -74,7 +78,7 @@ inline int candidateRow(uint64_t candidates) { return __builtin_ctzll(candidates
 // sign: no context, no XOR.
 template <bool Raw, bool Causal, class Coder>
 inline void codeSignificantSample(const SampleGrid& g, Coder& coder, uint32_t* column,
-                                  uint32_t half, int x, int y0, int r) {
+                                  uint64_t& state, uint32_t half, int x, int y0, int r) {
     int negative;
     if (Raw) {
         negative = coder.sign(x, y0 + r, kSignFirstLabel, 0);
@@ -83,14 +87,19 @@ inline void codeSignificantSample(const SampleGrid& g, Coder& coder, uint32_t* c
         negative = coder.sign(x, y0 + r, static_cast<int>(entry & 0xFF), entry >> 31);
     }
     coder.significant(x, y0 + r, negative);
-    markSignificant(column + (r >> 1) * g.stride, g.stride, r & 1, negative, Causal && r == 0);
+    markSignificant<Causal>(column, g.stride, state, r, negative);
 }
+
+// The mark of row r + 1 (bit 8 of its half; none below row 3).
+inline uint64_t rowAfter(int r) { return (uint64_t{0x100} << (16 * r)) << 16; }
 
 // Significance propagation: every insignificant sample with a significant
 // neighbour, stripe by stripe (four rows), column by column, top to bottom.
 template <bool Raw, bool Causal, class Coder>
-void significancePass(const SampleGrid& g, Coder& shared, const uint8_t* zeroCoding) {
-    Coder coder = shared;  // a local copy keeps the coder registers out of memory
+ZEQ_T1_PASS void significancePass(const SampleGrid& grid, Coder& shared,
+                                  const uint8_t* zeroCoding) {
+    const SampleGrid g = grid;  // local copies: state stores cannot alias them
+    Coder coder = shared;       // ... and the coder registers stay out of memory
     for (int y0 = 0; y0 < g.height; y0 += 4) {
         const uint64_t rows = stripeRowsMask(g.height - y0);
         uint32_t* column = g.words + (y0 >> 1) * g.stride;
@@ -98,21 +107,22 @@ void significancePass(const SampleGrid& g, Coder& shared, const uint8_t* zeroCod
             uint64_t state = loadColumn(column, g.stride);
             uint64_t candidates = propagationCandidates(state) & rows;
             if (candidates == 0) continue;
-            uint64_t visited = 0;
+            uint64_t coded = candidates;  // every candidate is coded, hence visited
             do {
                 const int r = candidateRow(candidates);
+                candidates &= candidates - 1;
                 const uint32_t half = static_cast<uint32_t>(state >> (16 * r));
-                visited |= uint64_t{kVisited} << (16 * r);
                 if (coder.bit(x, y0 + r, zeroCoding[half & kNeighbourMask])) {
-                    codeSignificantSample<Raw, Causal>(g, coder, column, half, x, y0, r);
-                    // Rows below may have gained a significant neighbour.
-                    state = loadColumn(column, g.stride);
-                    candidates = propagationCandidates(state) & rows & rowsBelow(r);
-                } else {
-                    candidates &= candidates - 1;
+                    codeSignificantSample<Raw, Causal>(g, coder, column, state, half, x, y0, r);
+                    // The row below, if unsettled, now has a significant neighbour.
+                    const uint64_t below =
+                        (unsettledSamples(state) >> 4) & rows & rowAfter(r);
+                    candidates |= below;
+                    coded |= below;
                 }
             } while (candidates != 0);
-            storeColumn(column, g.stride, state | visited);
+            static_assert(kVisited == 0x100 << 5, "candidate marks sit five bits below visited");
+            storeColumn(column, g.stride, state | (coded << 5));
         }
     }
     shared = coder;
@@ -121,8 +131,9 @@ void significancePass(const SampleGrid& g, Coder& shared, const uint8_t* zeroCod
 // Magnitude refinement: every sample significant before this plane and not
 // visited by this plane's significance pass.
 template <class Coder>
-void refinementPass(const SampleGrid& g, Coder& shared) {
-    Coder coder = shared;  // a local copy keeps the coder registers out of memory
+ZEQ_T1_PASS void refinementPass(const SampleGrid& grid, Coder& shared) {
+    const SampleGrid g = grid;  // local copies: state stores cannot alias them
+    Coder coder = shared;       // ... and the coder registers stay out of memory
     static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above significance");
     for (int y0 = 0; y0 < g.height; y0 += 4) {
         const uint64_t rows = stripeRowsMask(g.height - y0);
@@ -145,34 +156,33 @@ void refinementPass(const SampleGrid& g, Coder& shared) {
 // four samples with all-zero state words is coded in run mode. The visited
 // marks are cleared on the way.
 template <bool Causal, class Coder>
-void cleanupPass(const SampleGrid& g, Coder& shared, const uint8_t* zeroCoding) {
-    Coder coder = shared;  // a local copy keeps the coder registers out of memory
+ZEQ_T1_PASS void cleanupPass(const SampleGrid& grid, Coder& shared, const uint8_t* zeroCoding) {
+    const SampleGrid g = grid;  // local copies: state stores cannot alias them
+    Coder coder = shared;       // ... and the coder registers stay out of memory
     for (int y0 = 0; y0 < g.height; y0 += 4) {
         const int rowCount = g.height - y0;
         const uint64_t rows = stripeRowsMask(rowCount);
         uint32_t* column = g.words + (y0 >> 1) * g.stride;
         for (int x = 0; x < g.width; ++x, ++column) {
-            uint64_t state = loadColumn(column, g.stride);
+            const uint64_t loaded = loadColumn(column, g.stride);
+            uint64_t state = loaded;
             uint64_t candidates;
             if (rowCount >= 4 && state == 0) {
                 const int r = coder.run(x, y0);
                 if (r < 0) continue;
-                codeSignificantSample<false, Causal>(g, coder, column, 0, x, y0, r);
-                state = loadColumn(column, g.stride);
-                candidates = unsettledSamples(state) & rowsBelow(r);
+                codeSignificantSample<false, Causal>(g, coder, column, state, 0, x, y0, r);
+                candidates = kEveryHalf(kSignificant) & rowsBelow(r);
             } else {
                 candidates = unsettledSamples(state) & rows;
             }
             for (; candidates != 0; candidates &= candidates - 1) {
                 const int r = candidateRow(candidates);
                 const uint32_t half = static_cast<uint32_t>(state >> (16 * r));
-                if (coder.bit(x, y0 + r, zeroCoding[half & kNeighbourMask])) {
-                    codeSignificantSample<false, Causal>(g, coder, column, half, x, y0, r);
-                    state = loadColumn(column, g.stride);
-                }
+                if (coder.bit(x, y0 + r, zeroCoding[half & kNeighbourMask]))
+                    codeSignificantSample<false, Causal>(g, coder, column, state, half, x, y0, r);
             }
-            if (state & kEveryHalf(kVisited))
-                storeColumn(column, g.stride, state & ~kEveryHalf(kVisited));
+            state &= ~kEveryHalf(kVisited);
+            if (state != loaded) storeColumn(column, g.stride, state);
         }
     }
     shared = coder;

@@ -207,22 +207,29 @@ inline void mqFlushShortest(MqEncoderRegisters& r, Sink& sink) {
 // ---- Decoder ----------------------------------------------------------------
 
 // The decoder keeps A shifted up by 16 bits, level with the upper half of C
-// that it is compared with: the table holds Qe shifted the same way, the
+// that it is compared with: Qe is kept shifted the same way, the
 // renormalization test is the sign bit and its shift count one clz.
-struct MqDecodeTransition {
+//
+// A decoding context holds its whole current row, so that one load gives Qe
+// and the MPS; `self` is the row's index (2 x state index + MPS), the form
+// the decoder record keeps.
+struct MqDecodeContext {
     uint32_t qe;  // Qe << 16
     uint8_t afterMps;
     uint8_t afterLps;
+    uint8_t mps;
+    uint8_t self;
 };
+static_assert(sizeof(MqDecodeContext) == 8, "a decoding context is one 64-bit word");
 
-constexpr std::array<MqDecodeTransition, 94> makeMqDecodeTransitions() {
-    std::array<MqDecodeTransition, 94> t{};
+constexpr std::array<MqDecodeContext, 94> makeMqDecodeContexts() {
+    std::array<MqDecodeContext, 94> t{};
     for (int i = 0; i < 94; ++i)
-        t[i] = {kMqTransitions[i].qe << 16, kMqTransitions[i].afterMps, kMqTransitions[i].afterLps};
+        t[i] = {kMqTransitions[i].qe << 16, kMqTransitions[i].afterMps, kMqTransitions[i].afterLps,
+                static_cast<uint8_t>(i & 1), static_cast<uint8_t>(i)};
     return t;
 }
-inline constexpr std::array<MqDecodeTransition, 94> kMqDecodeTransitions =
-    makeMqDecodeTransitions();
+inline constexpr std::array<MqDecodeContext, 94> kMqDecodeContexts = makeMqDecodeContexts();
 
 constexpr uint32_t kMqDecoderHalfInterval = 0x8000u << 16;
 
@@ -312,17 +319,16 @@ inline void mqRenormalize(MqDecoderCursor& r) {
 
 // The LPS interval is the lower one: a code value below Qe decodes the LPS
 // (or, after the conditional exchange, the MPS).
-inline int mqDecode(MqDecoderCursor& r, uint8_t& context) {
-    const MqDecodeTransition& t = kMqDecodeTransitions[context];
-    const uint32_t qe = t.qe;
-    int d = context & 1;
+inline int mqDecode(MqDecoderCursor& r, MqDecodeContext& context) {
+    const uint32_t qe = context.qe;
+    int d = context.mps;
     r.a -= qe;
     if (r.c < qe) {
         if (r.a < qe) {
-            context = t.afterMps;
+            context = kMqDecodeContexts[context.afterMps];
         } else {
             d ^= 1;
-            context = t.afterLps;
+            context = kMqDecodeContexts[context.afterLps];
         }
         r.a = qe;
     } else {
@@ -330,19 +336,22 @@ inline int mqDecode(MqDecoderCursor& r, uint8_t& context) {
         if (r.a >= kMqDecoderHalfInterval) return d;
         if (r.a < qe) {
             d ^= 1;
-            context = t.afterLps;
+            context = kMqDecodeContexts[context.afterLps];
         } else {
-            context = t.afterMps;
+            context = kMqDecodeContexts[context.afterMps];
         }
     }
     mqRenormalize(r);
     return d;
 }
 
+// One decision with the context in its record form (a row index).
 inline int mqDecode(MqDecoderRegisters& r, uint8_t& context) {
     MqDecoderCursor cursor(r);
-    const int d = mqDecode(cursor, context);
+    MqDecodeContext expanded = kMqDecodeContexts[context];
+    const int d = mqDecode(cursor, expanded);
     cursor.store();
+    context = expanded.self;
     return d;
 }
 

@@ -45,22 +45,26 @@ void setPlane(ProgressiveDecodeState* s, int32_t plane) {
 // and its sign; a refinement keeps the bits above p, sets bit p to the
 // decision and the mid-point bit below it.
 struct SampleWriter {
-    uint8_t* dst;
-    int32_t step;
-    uint32_t planeBit;  // 2^p
+    StripeRows<uint8_t> rows;
+    uint32_t planeBit;  // the current plane's set, as in the record
+    uint32_t midpoint;
+    uint32_t half;
+    uint32_t maskAbove;
 
-    void significant(int x, int y, int negative) const {
-        storeElement<uint32_t>(rowAt(dst, step, y), x,
-                               (static_cast<uint32_t>(negative) << 31) | planeBit |
-                                   (planeBit >> 1));
+    void setPlane(const ProgressiveDecodeState* s) {
+        planeBit = s->planeBit;
+        midpoint = s->planeMidpoint;
+        half = s->planeHalf;
+        maskAbove = s->planeMaskAbove;
     }
-    void refined(int x, int y, int bit) const {
-        uint8_t* row = rowAt(dst, step, y);
+    void significant(int x, int r, int negative) const {
+        storeElement<uint32_t>(rows.row(r), x, (static_cast<uint32_t>(negative) << 31) | midpoint);
+    }
+    void refined(int x, int r, int bit) const {
+        uint8_t* row = rows.row(r);
         const uint32_t v = loadElement<uint32_t>(row, x);
-        const uint32_t above = ~((planeBit << 1) - 1);
-        storeElement<uint32_t>(row, x,
-                               (v & above) | (planeBit & (0u - static_cast<uint32_t>(bit))) |
-                                   (planeBit >> 1));
+        storeElement<uint32_t>(
+            row, x, (v & maskAbove) | half | (planeBit & (0u - static_cast<uint32_t>(bit))));
     }
 };
 
@@ -69,21 +73,29 @@ struct SampleWriter {
 // byte stream and the sample writer, which it touches less often.
 struct ArithmeticDecoder {
     MqDecoderCursor mq;
-    const SampleWriter* out;
-    uint8_t contexts[kContextCount];
+    SampleWriter* out;
+    MqDecodeContext contexts[kContextCount];
 
+    void setContexts(const uint8_t* rows) {
+        for (int i = 0; i < kContextCount; ++i) contexts[i] = kMqDecodeContexts[rows[i]];
+    }
+    void getContexts(uint8_t* rows) const {
+        for (int i = 0; i < kContextCount; ++i) rows[i] = contexts[i].self;
+    }
+
+    void stripe(int y0) { out->rows.start(y0); }
     int decide(int label) { return mqDecode(mq, contexts[label]); }
     int bit(int, int, int label) { return decide(label); }
     int sign(int, int, int label, uint32_t xorBit) {
         return decide(label) ^ static_cast<int>(xorBit);
     }
-    void significant(int x, int y, int negative) { out->significant(x, y, negative); }
-    int refine(int x, int y, int label) {
+    void significant(int x, int r, int negative) { out->significant(x, r, negative); }
+    int refine(int x, int r, int label) {
         const int b = decide(label);
-        out->refined(x, y, b);
+        out->refined(x, r, b);
         return b;
     }
-    int run(int, int) {
+    int run(int) {
         if (!decide(kRunLabel)) return -1;
         const int high = decide(kUniformLabel);
         return (high << 1) | decide(kUniformLabel);
@@ -92,17 +104,19 @@ struct ArithmeticDecoder {
 
 struct RawDecoder {
     RawReader raw;
-    const SampleWriter* out;
+    SampleWriter* out;
+
+    void stripe(int y0) { out->rows.start(y0); }
 
     int bit(int, int, int) { return rawGet(raw); }
     int sign(int, int, int, uint32_t) { return rawGet(raw); }
-    void significant(int x, int y, int negative) { out->significant(x, y, negative); }
-    int refine(int x, int y, int) {
+    void significant(int x, int r, int negative) { out->significant(x, r, negative); }
+    int refine(int x, int r, int) {
         const int b = rawGet(raw);
-        out->refined(x, y, b);
+        out->refined(x, r, b);
         return b;
     }
-    int run(int, int) { return -1; }  // raw passes have no run mode
+    int run(int) { return -1; }  // raw passes have no run mode
 };
 
 bool isRawPass(int32_t next) { return next == kNextRawSignificance || next == kNextRawRefinement; }
@@ -194,7 +208,7 @@ ZeqStatus decodeStep(ProgressiveDecodeState* s, const uint8_t* src, int32_t srcL
     const bool perPass = (s->flags & kFlagTerminateEachPass) != 0;
     const bool causal = (s->flags & kFlagCausal) != 0;
 
-    SampleWriter writer{s->destination, s->destinationStep, s->planeBit};
+    SampleWriter writer{StripeRows<uint8_t>(s->destination, s->destinationStep), 0, 0, 0, 0};
     MqDecoderRegisters mq{};
     RawDecoder raw{{}, &writer};
     if (isRawPass(s->nextPass))
@@ -202,14 +216,14 @@ ZeqStatus decodeStep(ProgressiveDecodeState* s, const uint8_t* src, int32_t srcL
     else
         mqDecoderStart(mq, src, srcLen);
     ArithmeticDecoder arith{MqDecoderCursor(mq), &writer, {}};
-    std::memcpy(arith.contexts, s->contexts, kContextCount);
+    arith.setContexts(s->contexts);
 
     ZeqStatus status = StatusOk;
     for (;;) {
         const int32_t next = s->nextPass;
-        writer.planeBit = s->planeBit;
+        writer.setPlane(s);
         if (s->flags & kFlagResetContexts)
-            std::memcpy(arith.contexts, kInitialContexts.data(), kContextCount);
+            arith.setContexts(kInitialContexts.data());
         const bool ok = causal ? decodePass<true>(s, g, next, arith, raw)
                                : decodePass<false>(s, g, next, arith, raw);
         if (!ok) {
@@ -232,7 +246,7 @@ ZeqStatus decodeStep(ProgressiveDecodeState* s, const uint8_t* src, int32_t srcL
     arith.mq.store();
     s->mq = mq;
     s->raw = raw.raw;
-    std::memcpy(s->contexts, arith.contexts, kContextCount);
+    arith.getContexts(s->contexts);
     if (status != StatusOk) s->errorLatch = 1;
     return status;
 }

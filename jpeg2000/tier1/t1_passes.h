@@ -1,12 +1,14 @@
 // The three coding passes over the sample-state array, written once for the
 // encoder and both decoders. A pass decides which samples are coded and in
-// which context; the Coder decides what a decision is:
+// which context; the Coder decides what a decision is. Samples are named by
+// column x and row r (0..3) of the current stripe:
 //
-//   int  bit(x, y, label)            significance bit of plane p (zero coding)
-//   int  sign(x, y, label, xorBit)   the sample's sign (1 = negative)
-//   void significant(x, y, sign)     the sample has just become significant
-//   int  refine(x, y, label)         refinement bit of plane p
-//   int  run(x, y0)                  run mode of a four-row column: -1 when
+//   void stripe(y0)                  a stripe starts at row y0
+//   int  bit(x, r, label)            significance bit of plane p (zero coding)
+//   int  sign(x, r, label, xorBit)   the sample's sign (1 = negative)
+//   void significant(x, r, sign)     the sample has just become significant
+//   int  refine(x, r, label)         refinement bit of plane p
+//   int  run(x)                      run mode of a four-row column: -1 when
 //                                    all four stay insignificant, else the
 //                                    row (0..3) of the first that does not
 //
@@ -15,12 +17,30 @@
 #ifndef ZEQ_JPEG2000_TIER1_T1_PASSES_H
 #define ZEQ_JPEG2000_TIER1_T1_PASSES_H
 
-#include <algorithm>
 #include <cstdint>
+#include <type_traits>
 
+#include "core/rows.h"
 #include "jpeg2000/tier1/t1_contexts.h"
 
 namespace zeq::t1 {
+
+// The rows of a block of 32-bit samples (the coders' source or destination)
+// as the passes walk them: the first row of the current stripe and the byte
+// offsets of its four rows.
+template <class Byte>
+struct StripeRows {
+    Byte* base;
+    Byte* first;
+    std::ptrdiff_t offset[4];
+
+    StripeRows() = default;
+    StripeRows(Byte* block, int32_t step) : base(block), first(block) {
+        for (int r = 0; r < 4; ++r) offset[r] = static_cast<std::ptrdiff_t>(step) * r;
+    }
+    void start(int y0) { first = base + offset[1] * y0; }
+    Byte* row(int r) const { return first + offset[r]; }
+};
 
 // ---- Stripe columns ------------------------------------------------------------
 //
@@ -67,6 +87,25 @@ inline uint64_t refinementCandidates(uint64_t column) {
     return column & ~(column >> 1) & kEveryHalf(kSignificant);
 }
 
+// The refinement labels of the four rows at once, as offsets from the first
+// refinement label in bits 0..1 of each half: 2 when refined before, else 1
+// when a neighbour is significant, else 0 (the refinement table's rule).
+inline uint64_t refinementLabelOffsets(uint64_t column) {
+    const uint64_t refined = column & kEveryHalf(kRefined);
+    const uint64_t neighbours =
+        ((column & kEveryHalf(kNeighbourMask)) + kEveryHalf(kNeighbourMask)) & kEveryHalf(0x100);
+    return (refined >> 13) | ((neighbours >> 8) & ~(refined >> 14));
+}
+
+// Calls body(y0, full, rows) for every stripe: full stripes with `full` a
+// compile-time true (and all rows), then a last stripe of fewer rows.
+template <class Body>
+inline void forEachStripe(int32_t height, Body&& body) {
+    int y0 = 0;
+    for (; y0 + 4 <= height; y0 += 4) body(y0, std::true_type{}, ~uint64_t{0});
+    if (y0 < height) body(y0, std::false_type{}, stripeRowsMask(height - y0));
+}
+
 // Each pass is a function of its own: inlined into its caller, the passes
 // would share one register allocation and spill the coder registers.
 #define ZEQ_T1_PASS __attribute__((noinline))
@@ -78,15 +117,15 @@ inline int candidateRow(uint64_t candidates) { return __builtin_ctzll(candidates
 // sign: no context, no XOR.
 template <bool Raw, bool Causal, class Coder>
 inline void codeSignificantSample(const SampleGrid& g, Coder& coder, uint32_t* column,
-                                  uint64_t& state, uint32_t half, int x, int y0, int r) {
+                                  uint64_t& state, uint32_t half, int x, int r) {
     int negative;
     if (Raw) {
-        negative = coder.sign(x, y0 + r, kSignFirstLabel, 0);
+        negative = coder.sign(x, r, kSignFirstLabel, 0);
     } else {
         const uint32_t entry = signEntry(half);
-        negative = coder.sign(x, y0 + r, static_cast<int>(entry & 0xFF), entry >> 31);
+        negative = coder.sign(x, r, static_cast<int>(entry & 0xFF), entry >> 31);
     }
-    coder.significant(x, y0 + r, negative);
+    coder.significant(x, r, negative);
     markSignificant<Causal>(column, g.stride, state, r, negative);
 }
 
@@ -100,8 +139,9 @@ ZEQ_T1_PASS void significancePass(const SampleGrid& grid, Coder& shared,
                                   const uint8_t* zeroCoding) {
     const SampleGrid g = grid;  // local copies: state stores cannot alias them
     Coder coder = shared;       // ... and the coder registers stay out of memory
-    for (int y0 = 0; y0 < g.height; y0 += 4) {
-        const uint64_t rows = stripeRowsMask(g.height - y0);
+    forEachStripe(g.height, [&](int y0, auto full, uint64_t rowMask) {
+        const uint64_t rows = decltype(full)::value ? ~uint64_t{0} : rowMask;
+        coder.stripe(y0);
         uint32_t* column = g.words + (y0 >> 1) * g.stride;
         for (int x = 0; x < g.width; ++x, ++column) {
             uint64_t state = loadColumn(column, g.stride);
@@ -112,11 +152,10 @@ ZEQ_T1_PASS void significancePass(const SampleGrid& grid, Coder& shared,
                 const int r = candidateRow(candidates);
                 candidates &= candidates - 1;
                 const uint32_t half = static_cast<uint32_t>(state >> (16 * r));
-                if (coder.bit(x, y0 + r, zeroCoding[half & kNeighbourMask])) {
-                    codeSignificantSample<Raw, Causal>(g, coder, column, state, half, x, y0, r);
+                if (coder.bit(x, r, zeroCoding[half & kNeighbourMask])) {
+                    codeSignificantSample<Raw, Causal>(g, coder, column, state, half, x, r);
                     // The row below, if unsettled, now has a significant neighbour.
-                    const uint64_t below =
-                        (unsettledSamples(state) >> 4) & rows & rowAfter(r);
+                    const uint64_t below = (unsettledSamples(state) >> 4) & rows & rowAfter(r);
                     candidates |= below;
                     coded |= below;
                 }
@@ -124,7 +163,7 @@ ZEQ_T1_PASS void significancePass(const SampleGrid& grid, Coder& shared,
             static_assert(kVisited == 0x100 << 5, "candidate marks sit five bits below visited");
             storeColumn(column, g.stride, state | (coded << 5));
         }
-    }
+    });
     shared = coder;
 }
 
@@ -135,20 +174,22 @@ ZEQ_T1_PASS void refinementPass(const SampleGrid& grid, Coder& shared) {
     const SampleGrid g = grid;  // local copies: state stores cannot alias them
     Coder coder = shared;       // ... and the coder registers stay out of memory
     static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above significance");
-    for (int y0 = 0; y0 < g.height; y0 += 4) {
-        const uint64_t rows = stripeRowsMask(g.height - y0);
+    forEachStripe(g.height, [&](int y0, auto full, uint64_t rowMask) {
+        const uint64_t rows = decltype(full)::value ? ~uint64_t{0} : rowMask;
+        coder.stripe(y0);
         uint32_t* column = g.words + (y0 >> 1) * g.stride;
         for (int x = 0; x < g.width; ++x, ++column) {
             const uint64_t state = loadColumn(column, g.stride);
             const uint64_t refined = refinementCandidates(state) & rows;
             if (refined == 0) continue;
+            const uint64_t labels = refinementLabelOffsets(state);
             for (uint64_t candidates = refined; candidates != 0; candidates &= candidates - 1) {
                 const int r = candidateRow(candidates);
-                coder.refine(x, y0 + r, refinementLabel(static_cast<uint32_t>(state >> (16 * r))));
+                coder.refine(x, r, kRefineFirstLabel + static_cast<int>((labels >> (16 * r)) & 3));
             }
             storeColumn(column, g.stride, state | (refined << 2));
         }
-    }
+    });
     shared = coder;
 }
 
@@ -159,18 +200,18 @@ template <bool Causal, class Coder>
 ZEQ_T1_PASS void cleanupPass(const SampleGrid& grid, Coder& shared, const uint8_t* zeroCoding) {
     const SampleGrid g = grid;  // local copies: state stores cannot alias them
     Coder coder = shared;       // ... and the coder registers stay out of memory
-    for (int y0 = 0; y0 < g.height; y0 += 4) {
-        const int rowCount = g.height - y0;
-        const uint64_t rows = stripeRowsMask(rowCount);
+    forEachStripe(g.height, [&](int y0, auto full, uint64_t rowMask) {
+        const uint64_t rows = decltype(full)::value ? ~uint64_t{0} : rowMask;
+        coder.stripe(y0);
         uint32_t* column = g.words + (y0 >> 1) * g.stride;
         for (int x = 0; x < g.width; ++x, ++column) {
             const uint64_t loaded = loadColumn(column, g.stride);
             uint64_t state = loaded;
             uint64_t candidates;
-            if (rowCount >= 4 && state == 0) {
-                const int r = coder.run(x, y0);
+            if (decltype(full)::value && state == 0) {
+                const int r = coder.run(x);
                 if (r < 0) continue;
-                codeSignificantSample<false, Causal>(g, coder, column, state, 0, x, y0, r);
+                codeSignificantSample<false, Causal>(g, coder, column, state, 0, x, r);
                 candidates = kEveryHalf(kSignificant) & rowsBelow(r);
             } else {
                 candidates = unsettledSamples(state) & rows;
@@ -178,13 +219,13 @@ ZEQ_T1_PASS void cleanupPass(const SampleGrid& grid, Coder& shared, const uint8_
             for (; candidates != 0; candidates &= candidates - 1) {
                 const int r = candidateRow(candidates);
                 const uint32_t half = static_cast<uint32_t>(state >> (16 * r));
-                if (coder.bit(x, y0 + r, zeroCoding[half & kNeighbourMask]))
-                    codeSignificantSample<false, Causal>(g, coder, column, state, half, x, y0, r);
+                if (coder.bit(x, r, zeroCoding[half & kNeighbourMask]))
+                    codeSignificantSample<false, Causal>(g, coder, column, state, half, x, r);
             }
             state &= ~kEveryHalf(kVisited);
             if (state != loaded) storeColumn(column, g.stride, state);
         }
-    }
+    });
     shared = coder;
 }
 

@@ -187,8 +187,10 @@ LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
     const bool causal = (codeStyleFlags & kFlagCausal) != 0;
     const bool bypass = (codeStyleFlags & kFlagBypass) != 0;
     const bool segmentation = (codeStyleFlags & kFlagSegmentationSymbol) != 0;
-    EncodeModel m{StripeRows<const uint8_t>(src, srcStep), rec->decisions, rec->labels, 0, 0, 0,
-                  nullptr, nullptr};
+    EncodeModel m{};
+    m.src = StripeRows<const uint8_t>(src, srcStep);
+    m.decisions = rec->decisions;
+    m.labels = rec->labels;
 
     auto code = [&](int plane, PassPlan plan) {
         const bool finalPlane = s->finalPlaneDistortion && plane == lowestPlane;

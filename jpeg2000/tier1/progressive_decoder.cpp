@@ -222,8 +222,7 @@ ZeqStatus decodeStep(ProgressiveDecodeState* s, const uint8_t* src, int32_t srcL
     for (;;) {
         const int32_t next = s->nextPass;
         writer.setPlane(s);
-        if (s->flags & kFlagResetContexts)
-            arith.setContexts(kInitialContexts.data());
+        if (s->flags & kFlagResetContexts) arith.setContexts(kInitialContexts.data());
         const bool ok = causal ? decodePass<true>(s, g, next, arith, raw)
                                : decodePass<false>(s, g, next, arith, raw);
         if (!ok) {

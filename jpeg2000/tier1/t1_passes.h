@@ -106,10 +106,6 @@ inline void forEachStripe(int32_t height, Body&& body) {
     if (y0 < height) body(y0, std::false_type{}, stripeRowsMask(height - y0));
 }
 
-// Each pass is a function of its own: inlined into its caller, the passes
-// would share one register allocation and spill the coder registers.
-#define ZEQ_T1_PASS __attribute__((noinline))
-
 inline int candidateRow(uint64_t candidates) { return __builtin_ctzll(candidates) >> 4; }
 
 // Sign coding then the significance update, as the significance and cleanup
@@ -132,11 +128,15 @@ inline void codeSignificantSample(const SampleGrid& g, Coder& coder, uint32_t* c
 // The mark of row r + 1 (bit 8 of its half; none below row 3).
 inline uint64_t rowAfter(int r) { return (uint64_t{0x100} << (16 * r)) << 16; }
 
+// Each pass below is a function of its own (not inlined): inlined into one
+// caller, the passes would share one register allocation and spill the coder
+// registers.
+//
 // Significance propagation: every insignificant sample with a significant
 // neighbour, stripe by stripe (four rows), column by column, top to bottom.
 template <bool Raw, bool Causal, class Coder>
-ZEQ_T1_PASS void significancePass(const SampleGrid& grid, Coder& shared,
-                                  const uint8_t* zeroCoding) {
+[[gnu::noinline]] void significancePass(const SampleGrid& grid, Coder& shared,
+                                        const uint8_t* zeroCoding) {
     const SampleGrid g = grid;  // local copies: state stores cannot alias them
     Coder coder = shared;       // ... and the coder registers stay out of memory
     forEachStripe(g.height, [&](int y0, auto full, uint64_t rowMask) {
@@ -170,7 +170,7 @@ ZEQ_T1_PASS void significancePass(const SampleGrid& grid, Coder& shared,
 // Magnitude refinement: every sample significant before this plane and not
 // visited by this plane's significance pass.
 template <class Coder>
-ZEQ_T1_PASS void refinementPass(const SampleGrid& grid, Coder& shared) {
+[[gnu::noinline]] void refinementPass(const SampleGrid& grid, Coder& shared) {
     const SampleGrid g = grid;  // local copies: state stores cannot alias them
     Coder coder = shared;       // ... and the coder registers stay out of memory
     static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above significance");
@@ -197,7 +197,8 @@ ZEQ_T1_PASS void refinementPass(const SampleGrid& grid, Coder& shared) {
 // four samples with all-zero state words is coded in run mode. The visited
 // marks are cleared on the way.
 template <bool Causal, class Coder>
-ZEQ_T1_PASS void cleanupPass(const SampleGrid& grid, Coder& shared, const uint8_t* zeroCoding) {
+[[gnu::noinline]] void cleanupPass(const SampleGrid& grid, Coder& shared,
+                                   const uint8_t* zeroCoding) {
     const SampleGrid g = grid;  // local copies: state stores cannot alias them
     Coder coder = shared;       // ... and the coder registers stay out of memory
     forEachStripe(g.height, [&](int y0, auto full, uint64_t rowMask) {

@@ -97,13 +97,21 @@ inline uint64_t refinementLabelOffsets(uint64_t column) {
     return (refined >> 13) | ((neighbours >> 8) & ~(refined >> 14));
 }
 
-// Calls body(y0, full, rows) for every stripe: full stripes with `full` a
-// compile-time true (and all rows), then a last stripe of fewer rows.
-template <class Body>
-inline void forEachStripe(int32_t height, Body&& body) {
+// Walks the stripes of a pass (four rows each, the last one maybe fewer):
+// tells the coder where each starts and calls body(column, rows, full) with
+// the stripe's first state word, the mask of the rows that exist and `full`,
+// a compile-time true for stripes of four rows.
+template <class Coder, class Body>
+inline void forEachStripe(const SampleGrid& g, Coder& coder, Body&& body) {
     int y0 = 0;
-    for (; y0 + 4 <= height; y0 += 4) body(y0, std::true_type{}, ~uint64_t{0});
-    if (y0 < height) body(y0, std::false_type{}, stripeRowsMask(height - y0));
+    for (; y0 + 4 <= g.height; y0 += 4) {
+        coder.stripe(y0);
+        body(g.words + (y0 >> 1) * g.stride, ~uint64_t{0}, std::true_type{});
+    }
+    if (y0 < g.height) {
+        coder.stripe(y0);
+        body(g.words + (y0 >> 1) * g.stride, stripeRowsMask(g.height - y0), std::false_type{});
+    }
 }
 
 inline int candidateRow(uint64_t candidates) { return __builtin_ctzll(candidates) >> 4; }
@@ -130,19 +138,18 @@ inline uint64_t rowAfter(int r) { return (uint64_t{0x100} << (16 * r)) << 16; }
 
 // Each pass below is a function of its own (not inlined): inlined into one
 // caller, the passes would share one register allocation and spill the coder
-// registers.
+// registers. A pass works on local copies of the grid (state stores cannot
+// alias them) and of the coder (its registers stay out of memory), stripe by
+// stripe, column by column, top to bottom.
 //
 // Significance propagation: every insignificant sample with a significant
-// neighbour, stripe by stripe (four rows), column by column, top to bottom.
+// neighbour.
 template <bool Raw, bool Causal, class Coder>
 [[gnu::noinline]] void significancePass(const SampleGrid& grid, Coder& shared,
                                         const uint8_t* zeroCoding) {
-    const SampleGrid g = grid;  // local copies: state stores cannot alias them
-    Coder coder = shared;       // ... and the coder registers stay out of memory
-    forEachStripe(g.height, [&](int y0, auto full, uint64_t rowMask) {
-        const uint64_t rows = decltype(full)::value ? ~uint64_t{0} : rowMask;
-        coder.stripe(y0);
-        uint32_t* column = g.words + (y0 >> 1) * g.stride;
+    const SampleGrid g = grid;
+    Coder coder = shared;
+    forEachStripe(g, coder, [&](uint32_t* column, uint64_t rows, auto) {
         for (int x = 0; x < g.width; ++x, ++column) {
             uint64_t state = loadColumn(column, g.stride);
             uint64_t candidates = propagationCandidates(state) & rows;
@@ -171,13 +178,10 @@ template <bool Raw, bool Causal, class Coder>
 // visited by this plane's significance pass.
 template <class Coder>
 [[gnu::noinline]] void refinementPass(const SampleGrid& grid, Coder& shared) {
-    const SampleGrid g = grid;  // local copies: state stores cannot alias them
-    Coder coder = shared;       // ... and the coder registers stay out of memory
+    const SampleGrid g = grid;
+    Coder coder = shared;
     static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above significance");
-    forEachStripe(g.height, [&](int y0, auto full, uint64_t rowMask) {
-        const uint64_t rows = decltype(full)::value ? ~uint64_t{0} : rowMask;
-        coder.stripe(y0);
-        uint32_t* column = g.words + (y0 >> 1) * g.stride;
+    forEachStripe(g, coder, [&](uint32_t* column, uint64_t rows, auto) {
         for (int x = 0; x < g.width; ++x, ++column) {
             const uint64_t state = loadColumn(column, g.stride);
             const uint64_t refined = refinementCandidates(state) & rows;
@@ -199,12 +203,9 @@ template <class Coder>
 template <bool Causal, class Coder>
 [[gnu::noinline]] void cleanupPass(const SampleGrid& grid, Coder& shared,
                                    const uint8_t* zeroCoding) {
-    const SampleGrid g = grid;  // local copies: state stores cannot alias them
-    Coder coder = shared;       // ... and the coder registers stay out of memory
-    forEachStripe(g.height, [&](int y0, auto full, uint64_t rowMask) {
-        const uint64_t rows = decltype(full)::value ? ~uint64_t{0} : rowMask;
-        coder.stripe(y0);
-        uint32_t* column = g.words + (y0 >> 1) * g.stride;
+    const SampleGrid g = grid;
+    Coder coder = shared;
+    forEachStripe(g, coder, [&](uint32_t* column, uint64_t rows, auto full) {
         for (int x = 0; x < g.width; ++x, ++column) {
             const uint64_t loaded = loadColumn(column, g.stride);
             uint64_t state = loaded;

@@ -6,6 +6,7 @@
 #define ZEQ_JPEG2000_TIER1_T1_CONTEXTS_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "jpeg2000/tier1/mq_coder.h"
@@ -217,15 +218,19 @@ inline int refinementLabel(uint32_t half) {
 // What a sample at row r (0..3) of a stripe column ORs into the state when it
 // becomes significant, by sign: the stripe words of its own, the left and the
 // right column, and, for the first and the last row, the nearest row-pair word
-// of the stripe above or below (columns x - 1, x, x + 1).
+// of the stripe above or below (columns x - 1, x, x + 1), `outsideRow` row
+// pairs away. Rows 1 and 2 have no outside bits (offset 0, masks 0), nor has
+// row 0 in vertically causal mode: there the last row of the stripe above
+// never sees the stripe below.
 struct StripeSignificance {
     uint64_t centre;
     uint64_t left;
     uint64_t right;
     uint32_t outside[3];
+    int32_t outsideRow;
 };
 
-constexpr StripeSignificance makeStripeSignificance(int r, int negative) {
+constexpr StripeSignificance makeStripeSignificance(bool causal, int r, int negative) {
     const uint32_t n = negative ? 1 : 0;
     // Seen from the row above: this sample is its S, SE (left column) or SW.
     const uint32_t rowAbove[3] = {kSouthEast, kSouth | (n * kSouthNegative), kSouthWest};
@@ -234,25 +239,33 @@ constexpr StripeSignificance makeStripeSignificance(int r, int negative) {
     const uint32_t rowBelow[3] = {kNorthEast, kNorth | (n * kNorthNegative), kNorthWest};
     uint64_t stripe[3] = {0, 0, 0};
     uint32_t outside[3] = {0, 0, 0};
+    int32_t outsideRow = 0;
     for (int k = 0; k < 3; ++k) {
         stripe[k] = uint64_t{sameRow[k]} << (16 * r);
-        if (r > 0)
+        if (r > 0) {
             stripe[k] |= uint64_t{rowAbove[k]} << (16 * (r - 1));
-        else
+        } else if (!causal) {
             outside[k] = rowAbove[k] << 16;  // the odd row of the pair above
-        if (r < 3)
+            outsideRow = -1;
+        }
+        if (r < 3) {
             stripe[k] |= uint64_t{rowBelow[k]} << (16 * (r + 1));
-        else
+        } else {
             outside[k] = rowBelow[k];  // the even row of the pair below
+            outsideRow = 2;
+        }
     }
-    return {stripe[1], stripe[0], stripe[2], {outside[0], outside[1], outside[2]}};
+    return {stripe[1], stripe[0], stripe[2], {outside[0], outside[1], outside[2]}, outsideRow};
 }
 
-inline constexpr StripeSignificance kStripeSignificance[4][2] = {
-    {makeStripeSignificance(0, 0), makeStripeSignificance(0, 1)},
-    {makeStripeSignificance(1, 0), makeStripeSignificance(1, 1)},
-    {makeStripeSignificance(2, 0), makeStripeSignificance(2, 1)},
-    {makeStripeSignificance(3, 0), makeStripeSignificance(3, 1)},
+template <bool Causal>
+struct StripeSignificanceTable {
+    static constexpr StripeSignificance kRows[4][2] = {
+        {makeStripeSignificance(Causal, 0, 0), makeStripeSignificance(Causal, 0, 1)},
+        {makeStripeSignificance(Causal, 1, 0), makeStripeSignificance(Causal, 1, 1)},
+        {makeStripeSignificance(Causal, 2, 0), makeStripeSignificance(Causal, 2, 1)},
+        {makeStripeSignificance(Causal, 3, 0), makeStripeSignificance(Causal, 3, 1)},
+    };
 };
 
 inline void orIntoColumn(uint32_t* column, int32_t stride, uint64_t bits) {
@@ -262,26 +275,19 @@ inline void orIntoColumn(uint32_t* column, int32_t stride, uint64_t bits) {
 
 // Marks the sample at row r of the stripe column significant: the column's
 // own stripe word is the caller's `state` (stored when the column is done),
-// the other words are updated in the array. In vertically causal mode a
-// sample in the first row of a stripe leaves the row above alone, so the last
-// row of the stripe above never sees the stripe below.
+// the other words are updated in the array, the outside ones without a
+// branch (an OR of nothing where there are none).
 template <bool Causal>
 inline void markSignificant(uint32_t* column, int32_t stride, uint64_t& state, int r,
                             int negative) {
-    const StripeSignificance& m = kStripeSignificance[r][negative];
+    const StripeSignificance& m = StripeSignificanceTable<Causal>::kRows[r][negative];
     state |= m.centre;
     orIntoColumn(column - 1, stride, m.left);
     orIntoColumn(column + 1, stride, m.right);
-    uint32_t* outside = nullptr;
-    if (r == 0 && !Causal)
-        outside = column - stride;
-    else if (r == 3)
-        outside = column + 2 * stride;
-    if (outside != nullptr) {
-        outside[-1] |= m.outside[0];
-        outside[0] |= m.outside[1];
-        outside[1] |= m.outside[2];
-    }
+    uint32_t* outside = column + static_cast<std::ptrdiff_t>(m.outsideRow) * stride;
+    outside[-1] |= m.outside[0];
+    outside[0] |= m.outside[1];
+    outside[1] |= m.outside[2];
 }
 
 }  // namespace zeq::t1

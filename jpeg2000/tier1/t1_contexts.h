@@ -222,7 +222,7 @@ inline int refinementLabel(uint32_t half) {
 // pairs away. Rows 1 and 2 have no outside bits (offset 0, masks 0), nor has
 // row 0 in vertically causal mode: there the last row of the stripe above
 // never sees the stripe below.
-struct StripeSignificance {
+struct alignas(64) StripeSignificance {  // 64 bytes: an entry is found by a shift
     uint64_t centre;
     uint64_t left;
     uint64_t right;

@@ -133,9 +133,6 @@ inline void codeSignificantSample(const SampleGrid& g, Coder& coder, uint32_t* c
     markSignificant<Causal>(column, g.stride, state, r, negative);
 }
 
-// The mark of row r + 1 (bit 8 of its half; none below row 3).
-inline uint64_t rowAfter(int r) { return (uint64_t{0x100} << (16 * r)) << 16; }
-
 // Each pass below is a function of its own (not inlined): inlined into one
 // caller, the passes would share one register allocation and spill the coder
 // registers. A pass works on local copies of the grid (state stores cannot
@@ -154,15 +151,19 @@ template <bool Raw, bool Causal, class Coder>
             uint64_t state = loadColumn(column, g.stride);
             uint64_t candidates = propagationCandidates(state) & rows;
             if (candidates == 0) continue;
+            // Rows that become candidates when the row above them turns
+            // significant: the unsettled ones (coding other rows of the column
+            // does not change that).
+            const uint64_t unsettled = (unsettledSamples(state) >> 4) & rows;
             uint64_t coded = candidates;  // every candidate is coded, hence visited
             do {
+                const uint64_t mark = candidates & (0 - candidates);
                 const int r = candidateRow(candidates);
-                candidates &= candidates - 1;
+                candidates ^= mark;
                 const uint32_t half = static_cast<uint32_t>(state >> (16 * r));
                 if (coder.bit(x, r, zeroCoding[half & kNeighbourMask])) {
                     codeSignificantSample<Raw, Causal>(g, coder, column, state, half, x, r);
-                    // The row below, if unsettled, now has a significant neighbour.
-                    const uint64_t below = (unsettledSamples(state) >> 4) & rows & rowAfter(r);
+                    const uint64_t below = unsettled & (mark << 16);
                     candidates |= below;
                     coded |= below;
                 }

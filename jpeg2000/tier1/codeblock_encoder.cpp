@@ -61,8 +61,7 @@ namespace {
 // are recorded with their labels; significance and refinement add their
 // distortion reduction.
 struct EncodeModel {
-    const uint8_t* src;
-    int32_t srcStep;
+    StripeRows<const uint8_t> src;
     uint8_t* decisions;
     uint8_t* labels;
     int32_t count;
@@ -71,8 +70,9 @@ struct EncodeModel {
     const int32_t* significanceTable;
     const int32_t* refinementTable;
 
-    uint32_t word(int x, int y) const { return loadElement<uint32_t>(rowAt(src, srcStep, y), x); }
-    uint32_t magnitude(int x, int y) const { return word(x, y) & 0x7FFFFFFFu; }
+    void stripe(int y0) { src.start(y0); }
+    uint32_t word(int x, int r) const { return loadElement<uint32_t>(src.row(r), x); }
+    uint32_t magnitude(int x, int r) const { return word(x, r) & 0x7FFFFFFFu; }
     // Bits p .. p-6 of a magnitude (bits below plane 0 read as 0).
     uint32_t window(uint32_t m) const { return plane >= 6 ? m >> (plane - 6) : m << (6 - plane); }
     void record(int decision, int label) {
@@ -81,29 +81,29 @@ struct EncodeModel {
         ++count;
     }
 
-    int bit(int x, int y, int label) {
-        const int b = static_cast<int>((magnitude(x, y) >> plane) & 1);
+    int bit(int x, int r, int label) {
+        const int b = static_cast<int>((magnitude(x, r) >> plane) & 1);
         record(b, label);
         return b;
     }
-    int sign(int x, int y, int label, uint32_t xorBit) {
-        const int negative = static_cast<int>(word(x, y) >> 31);
+    int sign(int x, int r, int label, uint32_t xorBit) {
+        const int negative = static_cast<int>(word(x, r) >> 31);
         record(negative ^ static_cast<int>(xorBit), label);
         return negative;
     }
-    void significant(int x, int y, int) {
-        distortion += significanceTable[window(magnitude(x, y)) & 63];
+    void significant(int x, int r, int) {
+        distortion += significanceTable[window(magnitude(x, r)) & 63];
     }
-    int refine(int x, int y, int label) {
-        const uint32_t m = magnitude(x, y);
+    int refine(int x, int r, int label) {
+        const uint32_t m = magnitude(x, r);
         const int b = static_cast<int>((m >> plane) & 1);
         record(b, label);
         distortion += refinementTable[window(m) & 127];
         return b;
     }
-    int run(int x, int y0) {
+    int run(int x) {
         for (int r = 0; r < 4; ++r) {
-            if ((magnitude(x, y0 + r) >> plane) & 1) {
+            if ((magnitude(x, r) >> plane) & 1) {
                 record(1, kRunLabel);
                 record(r >> 1, kUniformLabel);
                 record(r & 1, kUniformLabel);
@@ -187,7 +187,10 @@ LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
     const bool causal = (codeStyleFlags & kFlagCausal) != 0;
     const bool bypass = (codeStyleFlags & kFlagBypass) != 0;
     const bool segmentation = (codeStyleFlags & kFlagSegmentationSymbol) != 0;
-    EncodeModel m{src, srcStep, rec->decisions, rec->labels, 0, 0, 0, nullptr, nullptr};
+    EncodeModel m{};
+    m.src = StripeRows<const uint8_t>(src, srcStep);
+    m.decisions = rec->decisions;
+    m.labels = rec->labels;
 
     auto code = [&](int plane, PassPlan plan) {
         const bool finalPlane = s->finalPlaneDistortion && plane == lowestPlane;

@@ -206,9 +206,36 @@ inline void mqFlushShortest(MqEncoderRegisters& r, Sink& sink) {
 
 // ---- Decoder ----------------------------------------------------------------
 
+// The decoder keeps A shifted up by 16 bits, level with the upper half of C
+// that it is compared with: Qe is kept shifted the same way, the
+// renormalization test is the sign bit and its shift count one clz.
+//
+// A decoding context holds its whole current row, so that one load gives Qe
+// and the MPS; `self` is the row's index (2 x state index + MPS), the form
+// the decoder record keeps.
+struct MqDecodeContext {
+    uint32_t qe;  // Qe << 16
+    uint8_t afterMps;
+    uint8_t afterLps;
+    uint8_t mps;
+    uint8_t self;
+};
+static_assert(sizeof(MqDecodeContext) == 8, "a decoding context is one 64-bit word");
+
+constexpr std::array<MqDecodeContext, 94> makeMqDecodeContexts() {
+    std::array<MqDecodeContext, 94> t{};
+    for (int i = 0; i < 94; ++i)
+        t[i] = {kMqTransitions[i].qe << 16, kMqTransitions[i].afterMps, kMqTransitions[i].afterLps,
+                static_cast<uint8_t>(i & 1), static_cast<uint8_t>(i)};
+    return t;
+}
+inline constexpr std::array<MqDecodeContext, 94> kMqDecodeContexts = makeMqDecodeContexts();
+
+constexpr uint32_t kMqDecoderHalfInterval = 0x8000u << 16;
+
 // Registers of the decoder over one segment; bytes past its end read as 0xFF.
 struct MqDecoderRegisters {
-    uint32_t a;
+    uint32_t a;  // A << 16
     uint32_t c;
     int32_t ct;
     int32_t position;
@@ -217,26 +244,44 @@ struct MqDecoderRegisters {
     int32_t markerReached;  // a 0xFF followed by a byte above 0x8F: 1 bits from now on
 };
 
+// What a pass keeps of a decoder: A, C and CT in registers, the byte stream
+// (touched once per byte) through a pointer to the full record.
+struct MqDecoderCursor {
+    uint32_t a;
+    uint32_t c;
+    int32_t ct;
+    MqDecoderRegisters* stream;
+
+    explicit MqDecoderCursor(MqDecoderRegisters& r) : a(r.a), c(r.c), ct(r.ct), stream(&r) {}
+    void store() const {
+        stream->a = a;
+        stream->c = c;
+        stream->ct = ct;
+    }
+};
+
 inline uint32_t segmentByte(const MqDecoderRegisters& r, int32_t i) {
     return i < r.length ? r.data[i] : 0xFFu;
 }
 
-inline void mqByteIn(MqDecoderRegisters& r) {
-    if (segmentByte(r, r.position) == 0xFF) {
-        const uint32_t next = segmentByte(r, r.position + 1);
+// Appends the next byte to C (eight bits, seven after a 0xFF); from a marker
+// (0xFF then a byte above 0x8F) on, 1 bits.
+inline void mqByteIn(MqDecoderRegisters& s, uint32_t& c, int32_t& ct) {
+    if (segmentByte(s, s.position) == 0xFF) {
+        const uint32_t next = segmentByte(s, s.position + 1);
         if (next > 0x8F) {
-            r.c += 0xFF00u;
-            r.ct = 8;
-            r.markerReached = 1;
+            c += 0xFF00u;
+            ct = 8;
+            s.markerReached = 1;
         } else {
-            ++r.position;
-            r.c += next << 9;
-            r.ct = 7;
+            ++s.position;
+            c += next << 9;
+            ct = 7;
         }
     } else {
-        ++r.position;
-        r.c += segmentByte(r, r.position) << 8;
-        r.ct = 8;
+        ++s.position;
+        c += segmentByte(s, s.position) << 8;
+        ct = 8;
     }
 }
 
@@ -246,54 +291,67 @@ inline void mqDecoderStart(MqDecoderRegisters& r, const uint8_t* data, int32_t l
     r.position = 0;
     r.markerReached = 0;
     r.c = segmentByte(r, 0) << 16;
-    mqByteIn(r);
+    mqByteIn(r, r.c, r.ct);
     r.c <<= 7;
     r.ct -= 7;
-    r.a = 0x8000;
+    r.a = kMqDecoderHalfInterval;
+}
+
+// Shifts A back to at least half the interval, reading a byte whenever CT
+// runs out; while CT covers the whole shift it is done at once.
+inline void mqRenormalize(MqDecoderCursor& r) {
+    int shift = __builtin_clz(r.a);
+    if (__builtin_expect(shift <= r.ct, 1)) {
+        r.a <<= shift;
+        r.c <<= shift;
+        r.ct -= shift;
+        return;
+    }
+    do {
+        if (r.ct == 0) mqByteIn(*r.stream, r.c, r.ct);
+        const int n = shift < r.ct ? shift : r.ct;
+        r.a <<= n;
+        r.c <<= n;
+        r.ct -= n;
+        shift -= n;
+    } while (shift > 0);
 }
 
 // The LPS interval is the lower one: a code value below Qe decodes the LPS
 // (or, after the conditional exchange, the MPS).
-inline int mqDecode(MqDecoderRegisters& r, uint8_t& context) {
-    const MqTransition t = kMqTransitions[context];
-    const int mps = context & 1;
-    int d;
-    r.a -= t.qe;
-    if ((r.c >> 16) < t.qe) {
-        if (r.a < t.qe) {
-            d = mps;
-            context = t.afterMps;
+inline int mqDecode(MqDecoderCursor& r, MqDecodeContext& context) {
+    const uint32_t qe = context.qe;
+    int d = context.mps;
+    r.a -= qe;
+    if (r.c < qe) {
+        if (r.a < qe) {
+            context = kMqDecodeContexts[context.afterMps];
         } else {
-            d = 1 - mps;
-            context = t.afterLps;
+            d ^= 1;
+            context = kMqDecodeContexts[context.afterLps];
         }
-        r.a = t.qe;
+        r.a = qe;
     } else {
-        r.c -= t.qe << 16;
-        if (r.a & 0x8000u) return mps;
-        if (r.a < t.qe) {
-            d = 1 - mps;
-            context = t.afterLps;
+        r.c -= qe;
+        if (r.a >= kMqDecoderHalfInterval) return d;
+        if (r.a < qe) {
+            d ^= 1;
+            context = kMqDecodeContexts[context.afterLps];
         } else {
-            d = mps;
-            context = t.afterMps;
+            context = kMqDecodeContexts[context.afterMps];
         }
     }
-    // Renormalize: shift A back to at least 0x8000, reading a byte whenever
-    // CT runs out; while CT covers the whole shift it is done at once.
-    int shift = __builtin_clz(r.a) - 16;
-    if (shift <= r.ct) {
-        r.a <<= shift;
-        r.c <<= shift;
-        r.ct -= shift;
-        return d;
-    }
-    do {
-        if (r.ct == 0) mqByteIn(r);
-        r.a <<= 1;
-        r.c <<= 1;
-        --r.ct;
-    } while (!(r.a & 0x8000u));
+    mqRenormalize(r);
+    return d;
+}
+
+// One decision with the context in its record form (a row index).
+inline int mqDecode(MqDecoderRegisters& r, uint8_t& context) {
+    MqDecoderCursor cursor(r);
+    MqDecodeContext expanded = kMqDecodeContexts[context];
+    const int d = mqDecode(cursor, expanded);
+    cursor.store();
+    context = expanded.self;
     return d;
 }
 

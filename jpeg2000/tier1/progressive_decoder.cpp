@@ -45,55 +45,78 @@ void setPlane(ProgressiveDecodeState* s, int32_t plane) {
 // and its sign; a refinement keeps the bits above p, sets bit p to the
 // decision and the mid-point bit below it.
 struct SampleWriter {
-    uint8_t* dst;
-    int32_t step;
+    StripeRows<uint8_t> rows;
+    uint32_t planeBit;  // the current plane's set, as in the record
     uint32_t midpoint;
     uint32_t half;
     uint32_t maskAbove;
 
-    void significant(int x, int y, int negative) {
-        storeElement<uint32_t>(rowAt(dst, step, y), x,
-                               (static_cast<uint32_t>(negative) << 31) | midpoint);
+    void setPlane(const ProgressiveDecodeState* s) {
+        planeBit = s->planeBit;
+        midpoint = s->planeMidpoint;
+        half = s->planeHalf;
+        maskAbove = s->planeMaskAbove;
     }
-    void refined(int x, int y, int bit) {
-        uint8_t* row = rowAt(dst, step, y);
+    void significant(int x, int r, int negative) const {
+        storeElement<uint32_t>(rows.row(r), x, (static_cast<uint32_t>(negative) << 31) | midpoint);
+    }
+    void refined(int x, int r, int bit) const {
+        uint8_t* row = rows.row(r);
         const uint32_t v = loadElement<uint32_t>(row, x);
-        storeElement<uint32_t>(row, x, (v & maskAbove) | (bit ? midpoint : half));
+        storeElement<uint32_t>(
+            row, x, (v & maskAbove) | half | (planeBit & (0u - static_cast<uint32_t>(bit))));
     }
 };
 
-struct ArithmeticDecoder : SampleWriter {
-    MqDecoderRegisters mq;
-    uint8_t* contexts;
+// What a pass keeps of the arithmetic decoder: A, C and CT, the contexts (a
+// copy, so that they sit next to the pass's other locals) and pointers to the
+// byte stream and the sample writer, which it touches less often.
+struct ArithmeticDecoder {
+    MqDecoderCursor mq;
+    SampleWriter* out;
+    MqDecodeContext contexts[kContextCount];
 
+    void setContexts(const uint8_t* rows) {
+        for (int i = 0; i < kContextCount; ++i) contexts[i] = kMqDecodeContexts[rows[i]];
+    }
+    void getContexts(uint8_t* rows) const {
+        for (int i = 0; i < kContextCount; ++i) rows[i] = contexts[i].self;
+    }
+
+    void stripe(int y0) { out->rows.start(y0); }
     int decide(int label) { return mqDecode(mq, contexts[label]); }
     int bit(int, int, int label) { return decide(label); }
     int sign(int, int, int label, uint32_t xorBit) {
         return decide(label) ^ static_cast<int>(xorBit);
     }
-    int refine(int x, int y, int label) {
+    void significant(int x, int r, int negative) { out->significant(x, r, negative); }
+    int refine(int x, int r, int label) {
         const int b = decide(label);
-        refined(x, y, b);
+        out->refined(x, r, b);
         return b;
     }
-    int run(int, int) {
+    int run(int) {
         if (!decide(kRunLabel)) return -1;
         const int high = decide(kUniformLabel);
         return (high << 1) | decide(kUniformLabel);
     }
 };
 
-struct RawDecoder : SampleWriter {
+struct RawDecoder {
     RawReader raw;
+    SampleWriter* out;
+
+    void stripe(int y0) { out->rows.start(y0); }
 
     int bit(int, int, int) { return rawGet(raw); }
     int sign(int, int, int, uint32_t) { return rawGet(raw); }
-    int refine(int x, int y, int) {
+    void significant(int x, int r, int negative) { out->significant(x, r, negative); }
+    int refine(int x, int r, int) {
         const int b = rawGet(raw);
-        refined(x, y, b);
+        out->refined(x, r, b);
         return b;
     }
-    int run(int, int) { return -1; }  // raw passes have no run mode
+    int run(int) { return -1; }  // raw passes have no run mode
 };
 
 bool isRawPass(int32_t next) { return next == kNextRawSignificance || next == kNextRawRefinement; }
@@ -127,10 +150,6 @@ bool predictableTerminationHolds(const MqDecoderRegisters& mq) {
 template <bool Causal>
 bool decodePass(ProgressiveDecodeState* s, const SampleGrid& g, int32_t next,
                 ArithmeticDecoder& arith, RawDecoder& raw) {
-    const SampleWriter writer{s->destination, s->destinationStep, s->planeMidpoint, s->planeHalf,
-                              s->planeMaskAbove};
-    static_cast<SampleWriter&>(arith) = writer;
-    static_cast<SampleWriter&>(raw) = writer;
     switch (next) {
         case kNextSignificance:
             significancePass<false, Causal>(g, arith, s->zeroCoding);
@@ -189,20 +208,21 @@ ZeqStatus decodeStep(ProgressiveDecodeState* s, const uint8_t* src, int32_t srcL
     const bool perPass = (s->flags & kFlagTerminateEachPass) != 0;
     const bool causal = (s->flags & kFlagCausal) != 0;
 
-    ArithmeticDecoder arith{};
-    arith.contexts = s->contexts;
-    RawDecoder raw{};
-    const bool rawSegment = isRawPass(s->nextPass);
-    if (rawSegment)
+    SampleWriter writer{StripeRows<uint8_t>(s->destination, s->destinationStep), 0, 0, 0, 0};
+    MqDecoderRegisters mq{};
+    RawDecoder raw{{}, &writer};
+    if (isRawPass(s->nextPass))
         rawReaderStart(raw.raw, src, srcLen);
     else
-        mqDecoderStart(arith.mq, src, srcLen);
+        mqDecoderStart(mq, src, srcLen);
+    ArithmeticDecoder arith{MqDecoderCursor(mq), &writer, {}};
+    arith.setContexts(s->contexts);
 
     ZeqStatus status = StatusOk;
     for (;;) {
         const int32_t next = s->nextPass;
-        if (s->flags & kFlagResetContexts)
-            std::memcpy(s->contexts, kInitialContexts.data(), kContextCount);
+        writer.setPlane(s);
+        if (s->flags & kFlagResetContexts) arith.setContexts(kInitialContexts.data());
         const bool ok = causal ? decodePass<true>(s, g, next, arith, raw)
                                : decodePass<false>(s, g, next, arith, raw);
         if (!ok) {
@@ -214,15 +234,18 @@ ZeqStatus decodeStep(ProgressiveDecodeState* s, const uint8_t* src, int32_t srcL
         if (isCleanup(next)) setPlane(s, --plane);
         s->nextPass = followingPass(next, plane, s->bypassPlane);
         const bool segmentEnds = perPass || plane < 0 || isRawPass(s->nextPass) != isRawPass(next);
+        arith.mq.store();
         if (segmentEnds && !isRawPass(next) && (s->flags & kFlagCheckPredictableTermination) &&
-            !predictableTerminationHolds(arith.mq)) {
+            !predictableTerminationHolds(mq)) {
             status = StatusCodeBlockCorrupt;
             break;
         }
         if (segmentEnds || s->passCounter < 1) break;
     }
-    s->mq = arith.mq;
+    arith.mq.store();
+    s->mq = mq;
     s->raw = raw.raw;
+    arith.getContexts(s->contexts);
     if (status != StatusOk) s->errorLatch = 1;
     return status;
 }

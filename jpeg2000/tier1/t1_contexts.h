@@ -6,6 +6,7 @@
 #define ZEQ_JPEG2000_TIER1_T1_CONTEXTS_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "jpeg2000/tier1/mq_coder.h"
@@ -210,59 +211,83 @@ inline int refinementLabel(uint32_t half) {
 }
 
 // ---- Significance updates -------------------------------------------------------
+//
+// The passes hold a stripe column (four rows) as one 64-bit word: row r of the
+// stripe in bits 16r .. 16r + 15, the even row pair word in the low half.
 
-// What a sample that becomes significant ORs into the words of its own row
-// pair and of the neighbouring row pair (above for an even row, below for an
-// odd row), for the left, own and right column, by row parity and sign.
-struct SignificanceMasks {
-    uint32_t own[3];
-    uint32_t other[3];
+// What a sample at row r (0..3) of a stripe column ORs into the state when it
+// becomes significant, by sign: the stripe words of its own, the left and the
+// right column, and, for the first and the last row, the nearest row-pair word
+// of the stripe above or below (columns x - 1, x, x + 1), `outsideRow` row
+// pairs away. Rows 1 and 2 have no outside bits (offset 0, masks 0), nor has
+// row 0 in vertically causal mode: there the last row of the stripe above
+// never sees the stripe below.
+struct alignas(64) StripeSignificance {  // 64 bytes: an entry is found by a shift
+    uint64_t centre;
+    uint64_t left;
+    uint64_t right;
+    uint32_t outside[3];
+    int32_t outsideRow;
 };
 
-constexpr SignificanceMasks makeSignificanceMasks(int oddRow, int negative) {
+constexpr StripeSignificance makeStripeSignificance(bool causal, int r, int negative) {
     const uint32_t n = negative ? 1 : 0;
     // Seen from the row above: this sample is its S, SE (left column) or SW.
     const uint32_t rowAbove[3] = {kSouthEast, kSouth | (n * kSouthNegative), kSouthWest};
     const uint32_t sameRow[3] = {kEast | (n * kEastNegative), kSignificant | (n * kNegative),
                                  kWest | (n * kWestNegative)};
     const uint32_t rowBelow[3] = {kNorthEast, kNorth | (n * kNorthNegative), kNorthWest};
-    SignificanceMasks m{};
-    for (int i = 0; i < 3; ++i) {
-        if (oddRow) {
-            m.own[i] = rowAbove[i] | (sameRow[i] << 16);
-            m.other[i] = rowBelow[i];
+    uint64_t stripe[3] = {0, 0, 0};
+    uint32_t outside[3] = {0, 0, 0};
+    int32_t outsideRow = 0;
+    for (int k = 0; k < 3; ++k) {
+        stripe[k] = uint64_t{sameRow[k]} << (16 * r);
+        if (r > 0) {
+            stripe[k] |= uint64_t{rowAbove[k]} << (16 * (r - 1));
+        } else if (!causal) {
+            outside[k] = rowAbove[k] << 16;  // the odd row of the pair above
+            outsideRow = -1;
+        }
+        if (r < 3) {
+            stripe[k] |= uint64_t{rowBelow[k]} << (16 * (r + 1));
         } else {
-            m.own[i] = sameRow[i] | (rowBelow[i] << 16);
-            m.other[i] = rowAbove[i] << 16;
+            outside[k] = rowBelow[k];  // the even row of the pair below
+            outsideRow = 2;
         }
     }
-    return m;
+    return {stripe[1], stripe[0], stripe[2], {outside[0], outside[1], outside[2]}, outsideRow};
 }
 
-inline constexpr SignificanceMasks kSignificanceMasks[2][2] = {
-    {makeSignificanceMasks(0, 0), makeSignificanceMasks(0, 1)},
-    {makeSignificanceMasks(1, 0), makeSignificanceMasks(1, 1)},
+template <bool Causal>
+struct StripeSignificanceTable {
+    static constexpr StripeSignificance kRows[4][2] = {
+        {makeStripeSignificance(Causal, 0, 0), makeStripeSignificance(Causal, 0, 1)},
+        {makeStripeSignificance(Causal, 1, 0), makeStripeSignificance(Causal, 1, 1)},
+        {makeStripeSignificance(Causal, 2, 0), makeStripeSignificance(Causal, 2, 1)},
+        {makeStripeSignificance(Causal, 3, 0), makeStripeSignificance(Causal, 3, 1)},
+    };
 };
 
-// Marks the sample in word `w` (half `odd`) significant. In vertically causal
-// mode a sample in the first row of a stripe leaves the row above alone, so
-// the last row of the stripe above never sees the stripe below.
-inline void markSignificant(uint32_t* w, int32_t stride, int odd, int negative, bool skipRowAbove) {
-    const SignificanceMasks& m = kSignificanceMasks[odd][negative];
-    w[-1] |= m.own[0];
-    w[0] |= m.own[1];
-    w[1] |= m.own[2];
-    if (odd) {
-        uint32_t* below = w + stride;
-        below[-1] |= m.other[0];
-        below[0] |= m.other[1];
-        below[1] |= m.other[2];
-    } else if (!skipRowAbove) {
-        uint32_t* above = w - stride;
-        above[-1] |= m.other[0];
-        above[0] |= m.other[1];
-        above[1] |= m.other[2];
-    }
+inline void orIntoColumn(uint32_t* column, int32_t stride, uint64_t bits) {
+    column[0] |= static_cast<uint32_t>(bits);
+    column[stride] |= static_cast<uint32_t>(bits >> 32);
+}
+
+// Marks the sample at row r of the stripe column significant: the column's
+// own stripe word is the caller's `state` (stored when the column is done),
+// the other words are updated in the array, the outside ones without a
+// branch (an OR of nothing where there are none).
+template <bool Causal>
+inline void markSignificant(uint32_t* column, int32_t stride, uint64_t& state, int r,
+                            int negative) {
+    const StripeSignificance& m = StripeSignificanceTable<Causal>::kRows[r][negative];
+    state |= m.centre;
+    orIntoColumn(column - 1, stride, m.left);
+    orIntoColumn(column + 1, stride, m.right);
+    uint32_t* outside = column + static_cast<std::ptrdiff_t>(m.outsideRow) * stride;
+    outside[-1] |= m.outside[0];
+    outside[0] |= m.outside[1];
+    outside[1] |= m.outside[2];
 }
 
 }  // namespace zeq::t1

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "tests/common/test_support.h"
 #include "zeqcore.h"
 #include "zeqj.h"
 
@@ -13,15 +14,6 @@ namespace {
 
 constexpr ZeqiSize kImage = {3840, 2160};
 constexpr size_t kPixels = size_t{3840} * 2160;
-
-struct Threads {
-    explicit Threads(int n) {
-        zeqGetNumThreads(&saved);
-        zeqSetNumThreads(n);
-    }
-    ~Threads() { zeqSetNumThreads(saved); }
-    int saved = 1;
-};
 
 std::vector<uint8_t> pattern(size_t n) {
     std::vector<uint8_t> v(n);
@@ -36,7 +28,7 @@ void reportPixels(benchmark::State& state, size_t pixels, size_t bytesPerPixel) 
 }
 
 void BM_RGBToYCbCr_C3P3(benchmark::State& state) {
-    Threads threads(static_cast<int>(state.range(0)));
+    zeq::test::ScopedThreads threads(static_cast<int>(state.range(0)));
     const auto rgb = pattern(3 * kPixels);
     std::vector<uint8_t> y(kPixels), cb(kPixels), cr(kPixels);
     uint8_t* planes[3] = {y.data(), cb.data(), cr.data()};
@@ -49,7 +41,7 @@ void BM_RGBToYCbCr_C3P3(benchmark::State& state) {
 BENCHMARK(BM_RGBToYCbCr_C3P3)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 void BM_YCbCrToRGB_P3C3(benchmark::State& state) {
-    Threads threads(static_cast<int>(state.range(0)));
+    zeq::test::ScopedThreads threads(static_cast<int>(state.range(0)));
     const auto y = pattern(kPixels), cb = pattern(kPixels), cr = pattern(kPixels);
     const uint8_t* planes[3] = {y.data(), cb.data(), cr.data()};
     std::vector<uint8_t> rgb(3 * kPixels);
@@ -62,7 +54,7 @@ void BM_YCbCrToRGB_P3C3(benchmark::State& state) {
 BENCHMARK(BM_YCbCrToRGB_P3C3)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 void BM_CMYKToYCCK_C4P4(benchmark::State& state) {
-    Threads threads(static_cast<int>(state.range(0)));
+    zeq::test::ScopedThreads threads(static_cast<int>(state.range(0)));
     const auto cmyk = pattern(4 * kPixels);
     std::vector<uint8_t> p0(kPixels), p1(kPixels), p2(kPixels), p3(kPixels);
     uint8_t* planes[4] = {p0.data(), p1.data(), p2.data(), p3.data()};
@@ -105,7 +97,7 @@ constexpr ZeqiSize kPlane = {1920, 1080};
 constexpr ZeqiSize kHalfPlane = {960, 540};
 
 void BM_SampleDownH2V2(benchmark::State& state) {
-    Threads threads(static_cast<int>(state.range(0)));
+    zeq::test::ScopedThreads threads(static_cast<int>(state.range(0)));
     const auto src = pattern(size_t{1920} * 1080);
     std::vector<uint8_t> dst(size_t{960} * 540);
     for (auto _ : state) {
@@ -117,7 +109,7 @@ void BM_SampleDownH2V2(benchmark::State& state) {
 BENCHMARK(BM_SampleDownH2V2)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 void BM_SampleUpH2V2(benchmark::State& state) {
-    Threads threads(static_cast<int>(state.range(0)));
+    zeq::test::ScopedThreads threads(static_cast<int>(state.range(0)));
     const int32_t step = 960 + 2;
     const auto src = pattern(size_t{step} * (540 + 2));
     std::vector<uint8_t> dst(size_t{1920} * 1080);

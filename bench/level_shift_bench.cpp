@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "jpeg/sample/level_shift.h"
+#include "tests/common/test_support.h"
 #include "zeqcore.h"
 #include "zeqj.h"
 
@@ -14,18 +15,8 @@ namespace {
 constexpr ZeqiSize kPlane = {3840, 2160};
 constexpr size_t kPixels = size_t{3840} * 2160;
 
-// Runs with the library-wide thread count set to the benchmark argument.
-struct Threads {
-    explicit Threads(int n) {
-        zeqGetNumThreads(&saved);
-        zeqSetNumThreads(n);
-    }
-    ~Threads() { zeqSetNumThreads(saved); }
-    int saved = 1;
-};
-
 void BM_Add128(benchmark::State& state) {
-    Threads threads(static_cast<int>(state.range(0)));
+    zeq::test::ScopedThreads threads(static_cast<int>(state.range(0)));
     std::vector<int16_t> src(kPixels, 100);
     std::vector<uint8_t> dst(kPixels);
     for (auto _ : state) {
@@ -37,7 +28,7 @@ void BM_Add128(benchmark::State& state) {
 BENCHMARK(BM_Add128)->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 void BM_Sub128(benchmark::State& state) {
-    Threads threads(static_cast<int>(state.range(0)));
+    zeq::test::ScopedThreads threads(static_cast<int>(state.range(0)));
     std::vector<uint8_t> src(kPixels, 100);
     std::vector<int16_t> dst(kPixels);
     for (auto _ : state) {

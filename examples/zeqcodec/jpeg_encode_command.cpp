@@ -21,14 +21,14 @@ int runJpegEncode(const Arguments& args) {
     options.lossless = parsed.has("--lossless");
     options.progress = true;
     if (!parsed.integer("--quality", 75, 1, 100, options.quality, &error) ||
-        !parsed.integer("--sampling", 420, 420, 444, options.sampling, &error) ||
         !parsed.integer("--restart", 0, 0, 65535, options.restartInterval, &error) ||
         !parsed.integer("--predictor", 1, 1, 7, options.predictor, &error) ||
         !parsed.integer("--threads", 1, 1, 64, options.threads, &error))
         return reportError(name, error);
-    if (options.sampling != 420 && options.sampling != 422 && options.sampling != 444)
-        return reportError(
-            name, "--sampling wants 444, 422 or 420, not '" + parsed.value("--sampling", "") + "'");
+    const std::string sampling = parsed.value("--sampling", "420");
+    if (sampling != "420" && sampling != "422" && sampling != "444")
+        return reportError(name, "--sampling wants 444, 422 or 420, not '" + sampling + "'");
+    options.sampling = std::stoi(sampling);
     if (parsed.has("--predictor") && !options.lossless)
         return reportError(name, "--predictor is only meaningful with --lossless");
     zeq::container::Image image;

@@ -2,7 +2,9 @@
 // approximation, each scan with optimal tables from its own statistics pass.
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <climits>
+#include <thread>
 
 #include "container/jpeg_writer.h"
 #include "zeqcodec/jpeg_encode_plan.h"
@@ -27,51 +29,57 @@ std::vector<ScanStep> scanScript(size_t components) {
             {{0}, 1, 63, 1, 0}};
 }
 
-// The blocks of one scan in coding order, grouped into MCUs.
-struct ScanBlocks {
-    std::vector<const int16_t*> blocks;
-    std::vector<uint8_t> component;
-    size_t perMcu = 1;
-    size_t mcus() const { return blocks.size() / perMcu; }
-};
-
-ScanBlocks scanBlocks(const Plan& plan, const int16_t* store, const ScanStep& step) {
-    ScanBlocks s;
+// Walks the blocks of one scan in coding order: atMcu(m) before the blocks
+// of MCU m, then block(pointer, component) for each of them. An interleaved
+// scan takes every MCU of the store; a lone component its own block grid.
+template <typename AtMcu, typename Block>
+void walkScan(const Plan& plan, const int16_t* store, const ScanStep& step, AtMcu atMcu,
+              Block block) {
     if (step.components.size() > 1) {
-        s.perMcu = size_t(plan.blocksPerMcu);
-        s.blocks.reserve(plan.blocksTotal());
-        for (size_t i = 0; i < plan.blocksTotal(); ++i) {
-            s.blocks.push_back(store + 64 * i);
-            const int32_t b = int32_t(i % s.perMcu);
-            uint8_t c = 0;
-            while (c + 1u < plan.components.size() && b >= plan.components[c + 1u].firstBlock) ++c;
-            s.component.push_back(c);
+        const size_t perMcu = size_t(plan.blocksPerMcu);
+        uint8_t component[8] = {};
+        for (size_t b = 0, c = 0; b < perMcu; ++b) {
+            while (c + 1 < plan.components.size() &&
+                   int32_t(b) >= plan.components[c + 1].firstBlock)
+                ++c;
+            component[b] = uint8_t(c);
         }
-        return s;
+        for (size_t m = 0; m < plan.mcuCount(); ++m) {
+            if (!atMcu(m)) return;
+            for (size_t b = 0; b < perMcu; ++b)
+                if (!block(store + 64 * (m * perMcu + b), component[b])) return;
+        }
+        return;
     }
     const uint8_t c = step.components[0];
     const ComponentPlan& p = plan.components[c];
-    s.blocks.reserve(size_t(p.blocksWide) * size_t(p.blocksHigh));
-    for (int32_t by = 0; by < p.blocksHigh; ++by)
-        for (int32_t bx = 0; bx < p.blocksWide; ++bx) {
-            s.blocks.push_back(plan.block(store, c, bx, by));
-            s.component.push_back(c);
+    const int hShift = p.h == 2 ? 1 : 0;
+    const size_t mcuStride = 64 * size_t(plan.blocksPerMcu);
+    size_t m = 0;
+    for (int32_t by = 0; by < p.blocksHigh; ++by) {
+        const int16_t* row = store + mcuStride * size_t(by / p.v) * size_t(plan.mcusWide) +
+                             64 * size_t(p.firstBlock + (by % p.v) * p.h);
+        for (int32_t bx = 0; bx < p.blocksWide; ++bx, ++m) {
+            if (!atMcu(m)) return;
+            if (!block(row + mcuStride * size_t(bx >> hShift) + 64 * size_t(bx & (p.h - 1)), c))
+                return;
         }
-    return s;
+    }
 }
 
 class ProgressiveCoder {
 public:
-    ProgressiveCoder(const Plan& plan, std::vector<uint8_t>& file)
-        : plan_(plan), file_(file), interval_(uint32_t(plan.options.restartInterval)) {}
+    explicit ProgressiveCoder(const Plan& plan)
+        : plan_(plan), interval_(uint32_t(plan.options.restartInterval)) {}
 
-    bool scan(const int16_t* store, const ScanStep& step, std::string* error) {
-        const ScanBlocks blocks = scanBlocks(plan_, store, step);
+    // Appends the scan's tables, header and coded data to out.
+    bool scan(const int16_t* store, const ScanStep& step, std::vector<uint8_t>& out,
+              std::string* error) const {
         const bool dc = step.ss == 0;
         CodeTable tables[2];
-        if (!(dc && step.ah > 0) && !buildTables(blocks, step, tables, error)) return false;
+        if (!(dc && step.ah > 0) && !buildTables(store, step, tables, error)) return false;
 
-        zeq::container::JpegWriter w(file_);
+        zeq::container::JpegWriter w(out);
         std::vector<zeq::container::JpegHuffmanTable> dht;
         for (const CodeTable& t : tables)
             if (!t.spec.empty()) dht.push_back(t.definition);
@@ -86,12 +94,12 @@ public:
         header.ah = step.ah;
         header.al = step.al;
         w.scanHeader(plan_.frame, header);
-        return code(blocks, step, tables, error);
+        return code(store, step, tables, out, error);
     }
 
 private:
-    bool buildTables(const ScanBlocks& blocks, const ScanStep& step, CodeTable (&tables)[2],
-                     std::string* error) {
+    bool buildTables(const int16_t* store, const ScanStep& step, CodeTable (&tables)[2],
+                     std::string* error) const {
         std::vector<int32_t> stats[2] = {std::vector<int32_t>(257, 0),
                                          std::vector<int32_t>(257, 0)};
         EncodeState state;
@@ -108,22 +116,25 @@ private:
                                 : zeqiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(
                                       nullptr, stats[t].data(), 0, 0, 0, state.state, 1);
         };
-        for (size_t m = 0; m < blocks.mcus() && s == StatusOk; ++m) {
-            if (interval_ && m > 0 && m % interval_ == 0) s = endSegment();
-            for (size_t k = m * blocks.perMcu; k < (m + 1) * blocks.perMcu && s == StatusOk; ++k) {
-                const uint8_t c = blocks.component[k];
-                int32_t* counts = stats[plan_.components[c].table].data();
+        int32_t* acCounts = dc ? nullptr : stats[plan_.components[step.components[0]].table].data();
+        walkScan(
+            plan_, store, step,
+            [&](size_t m) {
+                if (interval_ && m > 0 && m % interval_ == 0) s = endSegment();
+                return s == StatusOk;
+            },
+            [&](const int16_t* b, uint8_t c) {
                 if (dc)
-                    s = zeqiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(blocks.blocks[k], counts,
-                                                                        &lastDC[c], step.al);
+                    s = zeqiGetHuffmanStatistics8x8_DCFirst_JPEG_16s_C1(
+                        b, stats[plan_.components[c].table].data(), &lastDC[c], step.al);
                 else if (step.ah == 0)
                     s = zeqiGetHuffmanStatistics8x8_ACFirst_JPEG_16s_C1(
-                        blocks.blocks[k], counts, step.ss, step.se, step.al, state.state, 0);
+                        b, acCounts, step.ss, step.se, step.al, state.state, 0);
                 else
                     s = zeqiGetHuffmanStatistics8x8_ACRefine_JPEG_16s_C1(
-                        blocks.blocks[k], counts, step.ss, step.se, step.al, state.state, 0);
-            }
-        }
+                        b, acCounts, step.ss, step.se, step.al, state.state, 0);
+                return s == StatusOk;
+            });
         if (s == StatusOk) s = endSegment();
         if (s != StatusOk) return failStatus("statistics", s, error);
         for (uint8_t c : step.components) {
@@ -135,8 +146,8 @@ private:
         return true;
     }
 
-    bool code(const ScanBlocks& blocks, const ScanStep& step, const CodeTable (&tables)[2],
-              std::string* error) {
+    bool code(const int16_t* store, const ScanStep& step, const CodeTable (&tables)[2],
+              std::vector<uint8_t>& file, std::string* error) const {
         EncodeState state;
         if (!state.state) return failStatus("coder state", StatusNullPointer, error);
         ByteBuffer out;
@@ -145,9 +156,12 @@ private:
         const HuffmanEncodeSpec* acTable =
             dc ? nullptr : tables[plan_.components[step.components[0]].table].get();
         // Room for one MCU plus a run of buffered correction bits.
-        const size_t mcuBytes = blocks.perMcu * MaxBlockBytes + 512;
-        int32_t pos = 0;
-        auto flush = [&](uint8_t* dst, int32_t len) -> ZeqStatus {
+        const size_t mcuBytes = size_t(plan_.blocksPerMcu) * MaxBlockBytes + 512;
+        int32_t pos = 0, len = 0;
+        uint8_t* dst = nullptr;
+        ZeqStatus s = StatusOk;
+        const char* failed = nullptr;
+        auto flush = [&]() -> ZeqStatus {
             if (dc)
                 return zeqiEncodeHuffman8x8_DCRefine_JPEG_16s1u_C1(nullptr, dst, len, &pos, 0,
                                                                    state.state, 1);
@@ -156,23 +170,36 @@ private:
                                 : zeqiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
                                       nullptr, dst, len, &pos, 0, 0, 0, acTable, state.state, 1);
         };
-        for (size_t m = 0; m < blocks.mcus(); ++m) {
-            if (!out.reserve(mcuBytes))
-                return failStatus("output buffer", StatusNullPointer, error);
-            uint8_t* dst = out.end();
-            const int32_t len = int32_t(std::min<size_t>(out.room(), INT32_MAX));
+        // The output is committed and re-reserved once per MCU.
+        auto startMcu = [&]() {
+            out.grow(size_t(pos));
             pos = 0;
-            ZeqStatus s = StatusOk;
-            if (interval_ && m > 0 && m % interval_ == 0) {
-                s = flush(dst, len);
-                if (s != StatusOk) return failStatus("restart flush", s, error);
-                dst[pos++] = 0xFF;
-                dst[pos++] = uint8_t(zeq::container::MarkerRST0 + ((m / interval_ - 1) & 7));
-                lastDC[0] = lastDC[1] = lastDC[2] = 0;
-            }
-            for (size_t k = m * blocks.perMcu; k < (m + 1) * blocks.perMcu && s == StatusOk; ++k) {
-                const uint8_t c = blocks.component[k];
-                const int16_t* b = blocks.blocks[k];
+            if (out.room() < mcuBytes && !out.reserve(mcuBytes)) return false;
+            dst = out.end();
+            len = int32_t(std::min<size_t>(out.room(), INT32_MAX));
+            return true;
+        };
+        walkScan(
+            plan_, store, step,
+            [&](size_t m) {
+                if (!startMcu()) {
+                    failed = "output buffer";
+                    s = StatusNullPointer;
+                    return false;
+                }
+                if (interval_ && m > 0 && m % interval_ == 0) {
+                    s = flush();
+                    if (s != StatusOk) {
+                        failed = "restart flush";
+                        return false;
+                    }
+                    dst[pos++] = 0xFF;
+                    dst[pos++] = uint8_t(zeq::container::MarkerRST0 + ((m / interval_ - 1) & 7));
+                    lastDC[0] = lastDC[1] = lastDC[2] = 0;
+                }
+                return true;
+            },
+            [&](const int16_t* b, uint8_t c) {
                 if (dc && step.ah == 0)
                     s = zeqiEncodeHuffman8x8_DCFirst_JPEG_16s1u_C1(
                         b, dst, len, &pos, &lastDC[c], step.al,
@@ -186,21 +213,19 @@ private:
                 else
                     s = zeqiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
                         b, dst, len, &pos, step.ss, step.se, step.al, acTable, state.state, 0);
-            }
-            if (s != StatusOk) return failStatus("progressive block coding", s, error);
-            out.grow(size_t(pos));
-        }
-        if (!out.reserve(1024)) return failStatus("output buffer", StatusNullPointer, error);
-        pos = 0;
-        const ZeqStatus s = flush(out.end(), int32_t(std::min<size_t>(out.room(), INT32_MAX)));
+                if (s != StatusOk) failed = "progressive block coding";
+                return s == StatusOk;
+            });
+        if (failed) return failStatus(failed, s, error);
+        if (!startMcu()) return failStatus("output buffer", StatusNullPointer, error);
+        s = flush();
         if (s != StatusOk) return failStatus("final flush", s, error);
         out.grow(size_t(pos));
-        file_.insert(file_.end(), out.data(), out.data() + out.size());
+        file.insert(file.end(), out.data(), out.data() + out.size());
         return true;
     }
 
     const Plan& plan_;
-    std::vector<uint8_t>& file_;
     uint32_t interval_;
 };
 
@@ -211,11 +236,31 @@ bool encodeProgressive(const Plan& plan, std::vector<uint8_t>& file, std::string
     if (!quantizeImage(plan, store, error)) return false;
     if (plan.options.restartInterval > 0)
         zeq::container::JpegWriter(file).restartInterval(uint16_t(plan.options.restartInterval));
-    ProgressiveCoder coder(plan, file);
+    // Scans are independent once the coefficients are known: threads take
+    // them in turn, and their bytes join in script order.
     const std::vector<ScanStep> script = scanScript(plan.components.size());
+    std::vector<std::vector<uint8_t>> coded(script.size());
+    std::vector<std::string> errors(script.size());
+    std::vector<char> ok(script.size(), 1);
+    std::atomic<size_t> next{0};
+    const ProgressiveCoder coder(plan);
+    auto work = [&](bool reporting) {
+        for (size_t i; (i = next.fetch_add(1)) < script.size();) {
+            ok[i] = coder.scan(store.get(), script[i], coded[i], &errors[i]);
+            if (reporting) reportProgress(plan, script.size() + i, 2 * script.size());
+        }
+    };
+    std::vector<std::thread> helpers;
+    const int32_t threads = std::min<int32_t>(plan.options.threads, int32_t(script.size()));
+    for (int32_t t = 1; t < threads; ++t) helpers.emplace_back(work, false);
+    work(true);
+    for (std::thread& h : helpers) h.join();
     for (size_t i = 0; i < script.size(); ++i) {
-        if (!coder.scan(store.get(), script[i], error)) return false;
-        reportProgress(plan, script.size() + i, 2 * script.size());
+        if (!ok[i]) {
+            *error = errors[i];
+            return false;
+        }
+        file.insert(file.end(), coded[i].begin(), coded[i].end());
     }
     return true;
 }

@@ -89,9 +89,6 @@ struct Plan {
 
     size_t mcuCount() const { return size_t(mcusWide) * size_t(mcusHigh); }
     size_t blocksTotal() const { return mcuCount() * size_t(blocksPerMcu); }
-    // Converts MCU (mx, my) into quantized blocks in MCU order (component 0's
-    // h*v blocks, then those of the others), replicating edge pixels.
-    bool quantizedMcu(int32_t mx, int32_t my, int16_t* blocks, std::string* error) const;
     // Component c's block (bx, by) within a store of whole MCUs.
     const int16_t* block(const int16_t* store, int32_t c, int32_t bx, int32_t by) const {
         const ComponentPlan& p = components[size_t(c)];
@@ -100,6 +97,27 @@ struct Plan {
             mcu * size_t(blocksPerMcu) + size_t(p.firstBlock) + size_t((by % p.v) * p.h + bx % p.h);
         return store + 64 * index;
     }
+};
+
+// Turns one MCU row at a time into sample planes (colour conversion with
+// rounding, edges replicated to whole MCUs, chroma averaged down), then
+// each MCU of that row into quantized blocks in MCU order (component 0's
+// h*v blocks, then those of the others). One per thread.
+class StripQuantizer {
+public:
+    explicit StripQuantizer(const Plan& plan);
+    bool strip(int32_t my, std::string* error);
+    int32_t current() const { return row_; }
+    bool mcu(int32_t mx, int16_t* blocks, std::string* error) const;
+
+private:
+    const Plan& plan_;
+    int32_t row_ = -1;
+    int32_t paddedWidth_;
+    std::vector<uint8_t> full_[3];     // paddedWidth x mcuHeight per component
+    std::vector<uint8_t> sampled_[2];  // chroma at its own resolution
+    const uint8_t* plane_[3] = {};
+    int32_t step_[3] = {};
 };
 
 bool failStatus(const char* what, ZeqStatus status, std::string* error);

@@ -76,6 +76,8 @@ public:
         if (!state.state) return failPart(part, "out of memory for the coder state");
         int16_t lastDC[3] = {0, 0, 0};
         alignas(16) int16_t local[6 * 64];
+        std::unique_ptr<StripQuantizer> quantizer;
+        if (!store) quantizer.reset(new StripQuantizer(plan_));
         const size_t mcuBytes = size_t(plan_.blocksPerMcu) * MaxBlockBytes + 8;
         for (size_t i = part.begin; i < part.end; ++i) {
             if (!part.bytes.reserve(mcuBytes)) return failPart(part, "out of memory");
@@ -95,8 +97,8 @@ public:
             const int32_t my = int32_t(i / size_t(plan_.mcusWide));
             const int16_t* blocks = store + 64 * i * size_t(plan_.blocksPerMcu);
             if (!store) {
-                if (!plan_.quantizedMcu(int32_t(i % size_t(plan_.mcusWide)), my, local,
-                                        &part.error)) {
+                if ((quantizer->current() != my && !quantizer->strip(my, &part.error)) ||
+                    !quantizer->mcu(int32_t(i % size_t(plan_.mcusWide)), local, &part.error)) {
                     part.ok = false;
                     return;
                 }

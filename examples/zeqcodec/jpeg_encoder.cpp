@@ -26,19 +26,6 @@ bool fail(std::string* error, const std::string& why) {
     return false;
 }
 
-using McuConvert = ZeqStatus (*)(const uint8_t*, int32_t, int16_t* const[3]);
-
-McuConvert colourConversion(int32_t sampling) {
-    switch (sampling) {
-        case 444:
-            return zeqiRGBToYCbCr444LS_MCU_8u16s_C3P3R;
-        case 422:
-            return zeqiRGBToYCbCr422LS_MCU_8u16s_C3P3R;
-        default:
-            return zeqiRGBToYCbCr411LS_MCU_8u16s_C3P3R;
-    }
-}
-
 }  // namespace
 
 bool failStatus(const char* what, ZeqStatus status, std::string* error) {
@@ -182,42 +169,99 @@ bool makePlan(const Image& image, const JpegEncodeOptions& options, Plan& plan,
     return true;
 }
 
-bool Plan::quantizedMcu(int32_t mx, int32_t my, int16_t* blocks, std::string* error) const {
-    const Image& img = *image;
-    const int32_t channels = img.channels;
-    const int32_t x0 = mx * mcuWidth, y0 = my * mcuHeight;
-    int32_t step = img.width * channels;
-    const uint8_t* src =
-        img.pixels.data() + (size_t(y0) * size_t(img.width) + size_t(x0)) * size_t(channels);
-    alignas(16) uint8_t padded[16 * 16 * 3];
-    if (x0 + mcuWidth > img.width || y0 + mcuHeight > img.height) {
-        // Edge MCU: replicate the last column and row into a full MCU.
-        const int32_t rowBytes = mcuWidth * channels;
-        for (int32_t r = 0; r < mcuHeight; ++r) {
-            const uint8_t* row =
-                img.pixels.data() + size_t(std::min(y0 + r, img.height - 1)) * size_t(step);
-            uint8_t* out = padded + r * rowBytes;
-            for (int32_t c = 0; c < mcuWidth; ++c) {
-                const uint8_t* p = row + size_t(std::min(x0 + c, img.width - 1)) * size_t(channels);
-                for (int32_t k = 0; k < channels; ++k) out[c * channels + k] = p[k];
-            }
+StripQuantizer::StripQuantizer(const Plan& plan)
+    : plan_(plan), paddedWidth_(plan.mcusWide * plan.mcuWidth) {
+    const size_t fullSize = size_t(paddedWidth_) * size_t(plan.mcuHeight);
+    for (size_t c = 0; c < plan.components.size(); ++c) full_[c].resize(fullSize);
+    if (plan.components.size() == 3 && plan.components[0].h * plan.components[0].v > 1)
+        for (auto& s : sampled_) s.resize(fullSize / size_t(plan.blocksPerMcu - 2));
+}
+
+bool StripQuantizer::strip(int32_t my, std::string* error) {
+    const Image& img = *plan_.image;
+    const int32_t y0 = my * plan_.mcuHeight, width = img.width;
+    const size_t pw = size_t(paddedWidth_);
+    row_ = my;
+    if (img.channels == 1) {
+        if (y0 + plan_.mcuHeight <= img.height && width == paddedWidth_) {
+            plane_[0] = img.pixels.data() + size_t(y0) * size_t(width);
+            step_[0] = width;
+            return true;
         }
-        src = padded;
-        step = rowBytes;
+        for (int32_t r = 0; r < plan_.mcuHeight; ++r) {
+            uint8_t* out = full_[0].data() + size_t(r) * pw;
+            const uint8_t* in =
+                img.pixels.data() + size_t(std::min(y0 + r, img.height - 1)) * size_t(width);
+            std::memcpy(out, in, size_t(width));
+            std::memset(out + width, in[width - 1], pw - size_t(width));
+        }
+        plane_[0] = full_[0].data();
+        step_[0] = paddedWidth_;
+        return true;
     }
-    ZeqStatus s;
-    if (channels == 1) {
-        s = zeqiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(src, step, blocks, forward[0]);
-        return s == StatusOk || failStatus("forward DCT", s, error);
+    // Rows are converted in pieces of at most this many pixels, so the
+    // library keeps them on this thread: threads split MCU rows instead.
+    constexpr int32_t SerialPixels = 8192;
+    for (int32_t r = 0; r < plan_.mcuHeight; ++r) {
+        const int32_t y = std::min(y0 + r, img.height - 1);
+        if (r > 0 && y == std::min(y0 + r - 1, img.height - 1)) {
+            for (auto& f : full_)
+                std::memcpy(f.data() + size_t(r) * pw, f.data() + size_t(r - 1) * pw, pw);
+            continue;
+        }
+        const uint8_t* in = img.pixels.data() + size_t(y) * size_t(width) * 3;
+        for (int32_t x = 0; x < width; x += SerialPixels) {
+            uint8_t* const out[3] = {full_[0].data() + size_t(r) * pw + size_t(x),
+                                     full_[1].data() + size_t(r) * pw + size_t(x),
+                                     full_[2].data() + size_t(r) * pw + size_t(x)};
+            const ZeqStatus s =
+                zeqiRGBToYCbCr_JPEG_8u_C3P3R(in + size_t(x) * 3, width * 3, out, paddedWidth_,
+                                             ZeqiSize{std::min(SerialPixels, width - x), 1});
+            if (s != StatusOk) return failStatus("colour conversion", s, error);
+        }
+        for (auto& f : full_) {
+            uint8_t* row = f.data() + size_t(r) * pw;
+            std::memset(row + width, row[width - 1], pw - size_t(width));
+        }
     }
-    int16_t* const planes[3] = {blocks, blocks + 64 * components[1].firstBlock,
-                                blocks + 64 * components[2].firstBlock};
-    s = colourConversion(options.sampling)(src, step, planes);
-    if (s != StatusOk) return failStatus("colour conversion", s, error);
-    for (int32_t b = 0; b < blocksPerMcu; ++b) {
-        s = zeqiDCTQuantFwd8x8_JPEG_16s_C1I(blocks + 64 * b,
-                                            forward[b < components[1].firstBlock ? 0 : 1]);
-        if (s != StatusOk) return failStatus("forward DCT", s, error);
+    for (int c = 0; c < 3; ++c) {
+        plane_[c] = full_[c].data();
+        step_[c] = paddedWidth_;
+    }
+    const ComponentPlan& luma = plan_.components[0];
+    if (luma.h == 1 && luma.v == 1) return true;
+    const int32_t half = paddedWidth_ / 2;
+    for (int c = 1; c < 3; ++c) {
+        const uint8_t* src = full_[c].data();
+        uint8_t* dst = sampled_[c - 1].data();
+        for (int32_t j = 0; j < 8; ++j) {
+            const ZeqStatus s =
+                luma.v == 2 ? zeqiSampleDownRowH2V2_Box_JPEG_8u_C1(
+                                  src + size_t(2 * j) * pw, src + size_t(2 * j + 1) * pw,
+                                  paddedWidth_, dst + size_t(j * half))
+                            : zeqiSampleDownRowH2V1_Box_JPEG_8u_C1(
+                                  src + size_t(j) * pw, paddedWidth_, dst + size_t(j * half));
+            if (s != StatusOk) return failStatus("chroma down-sampling", s, error);
+        }
+        plane_[c] = dst;
+        step_[c] = half;
+    }
+    return true;
+}
+
+bool StripQuantizer::mcu(int32_t mx, int16_t* blocks, std::string* error) const {
+    for (size_t c = 0; c < plan_.components.size(); ++c) {
+        const ComponentPlan& p = plan_.components[c];
+        const uint16_t* table = plan_.forward[p.table];
+        for (int32_t by = 0; by < p.v; ++by)
+            for (int32_t bx = 0; bx < p.h; ++bx) {
+                const uint8_t* src =
+                    plane_[c] + size_t(by * 8) * size_t(step_[c]) + size_t((mx * p.h + bx) * 8);
+                const ZeqStatus s =
+                    zeqiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(src, step_[c], blocks, table);
+                if (s != StatusOk) return failStatus("forward DCT", s, error);
+                blocks += 64;
+            }
     }
     return true;
 }
@@ -239,12 +283,17 @@ bool quantizeImage(const Plan& plan, std::unique_ptr<int16_t[]>& store, std::str
     auto work = [&](int32_t t) {
         const int32_t first = int32_t(int64_t(plan.mcusHigh) * t / threads);
         const int32_t last = int32_t(int64_t(plan.mcusHigh) * (t + 1) / threads);
+        StripQuantizer quantizer(plan);
         for (int32_t my = first; my < last; ++my) {
+            if (!quantizer.strip(my, &errors[size_t(t)])) {
+                ok[size_t(t)] = 0;
+                return;
+            }
             for (int32_t mx = 0; mx < plan.mcusWide; ++mx) {
                 int16_t* blocks =
                     store.get() + 64 * (size_t(my) * size_t(plan.mcusWide) + size_t(mx)) *
                                       size_t(plan.blocksPerMcu);
-                if (!plan.quantizedMcu(mx, my, blocks, &errors[size_t(t)])) {
+                if (!quantizer.mcu(mx, blocks, &errors[size_t(t)])) {
                     ok[size_t(t)] = 0;
                     return;
                 }

@@ -76,8 +76,9 @@ std::array<uint16_t, 64> libjpegQuantTable(int quality, int which) {
 }
 
 // The quantized blocks of one component as a plain model of the encoder
-// computes them: pixels replicated to whole MCUs, the MCU conversion
-// formulas (truncating; chroma the mean of its pixel group), then the
+// computes them: colour conversion with rounding, pixels replicated to whole
+// MCUs, chroma averaged over pixel pairs or quads with alternating biases
+// (1 and 2 over quads, 0 and 1 over pairs), then the level shift and the
 // library's forward DCT with the file's quantizers.
 std::vector<int16_t> modelBlocks(const Image& img, int sampling, int component,
                                  const std::array<uint16_t, 64>& quantNatural) {
@@ -88,26 +89,24 @@ std::vector<int16_t> modelBlocks(const Image& img, int sampling, int component,
     const int compWidth = (img.width * (component == 0 ? hMax : 1) + hMax - 1) / hMax;
     const int compHeight = (img.height * (component == 0 ? vMax : 1) + vMax - 1) / vMax;
     const int bw = (compWidth + 7) / 8, bh = (compHeight + 7) / 8;
-    auto pixel = [&](int x, int y, int c) {
+    auto converted = [&](int x, int y) -> int64_t {
         x = std::min(x, img.width - 1);
         y = std::min(y, img.height - 1);
-        return int64_t(
-            img.pixels[(size_t(y) * size_t(img.width) + size_t(x)) * size_t(img.channels) +
-                       size_t(c)]);
+        const uint8_t* p =
+            &img.pixels[(size_t(y) * size_t(img.width) + size_t(x)) * size_t(img.channels)];
+        if (!colour) return p[0];
+        const int64_t r = p[0], g = p[1], b = p[2];
+        if (component == 0) return (19595 * r + 38470 * g + 7471 * b + 32768) >> 16;
+        if (component == 1) return (-11059 * r - 21709 * g + 32768 * b + 8421375) >> 16;
+        return (32768 * r - 27439 * g - 5329 * b + 8421375) >> 16;
     };
     auto sample = [&](int x, int y) -> int16_t {
-        if (!colour) return int16_t(pixel(x, y, 0) - 128);
-        int64_t r = 0, g = 0, b = 0;
+        int64_t sum = 0;
         for (int dy = 0; dy < sv; ++dy)
-            for (int dx = 0; dx < sh; ++dx) {
-                r += pixel(x * sh + dx, y * sv + dy, 0);
-                g += pixel(x * sh + dx, y * sv + dy, 1);
-                b += pixel(x * sh + dx, y * sv + dy, 2);
-            }
-        if (component == 0) return int16_t(((19595 * r + 38470 * g + 7471 * b) >> 16) - 128);
-        const int shift = 16 + (sh * sv == 4 ? 2 : sh * sv == 2 ? 1 : 0);
-        if (component == 1) return int16_t((-11059 * r - 21709 * g + 32768 * b) >> shift);
-        return int16_t((32768 * r - 27439 * g - 5329 * b) >> shift);
+            for (int dx = 0; dx < sh; ++dx) sum += converted(x * sh + dx, y * sv + dy);
+        const int n = sh * sv;
+        const int64_t bias = n == 4 ? 1 + (x & 1) : n == 2 ? (x & 1) : 0;
+        return int16_t(((sum + bias) >> (n == 4 ? 2 : n == 2 ? 1 : 0)) - 128);
     };
     uint8_t raw[64];
     for (int i = 0; i < 64; ++i)

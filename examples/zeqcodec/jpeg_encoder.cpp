@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <new>
 #include <thread>
 
 #include "container/jpeg_standard_tables.h"
@@ -174,7 +175,7 @@ StripQuantizer::StripQuantizer(const Plan& plan)
     const size_t fullSize = size_t(paddedWidth_) * size_t(plan.mcuHeight);
     for (size_t c = 0; c < plan.components.size(); ++c) full_[c].resize(fullSize);
     if (plan.components.size() == 3 && plan.components[0].h * plan.components[0].v > 1)
-        for (auto& s : sampled_) s.resize(fullSize / size_t(plan.blocksPerMcu - 2));
+        for (auto& s : sampled_) s.resize(size_t(paddedWidth_ / 2) * 8);
 }
 
 bool StripQuantizer::strip(int32_t my, std::string* error) {
@@ -319,20 +320,27 @@ bool encodeJpeg(const zeq::container::Image& image, const JpegEncodeOptions& opt
     jpeg::Plan plan;
     if (!jpeg::makePlan(image, options, plan, error)) return false;
     file.clear();
-    zeq::container::JpegWriter w(file);
-    w.startOfImage();
-    // A lossless RGB file carries no JFIF header: JFIF means YCbCr.
-    if (!(options.lossless && image.channels == 3)) w.jfifHeader();
-    if (!options.lossless) w.quantTables(plan.quant, size_t(plan.quantCount));
-    w.frameHeader(plan.frame);
-    const bool ok = options.lossless      ? jpeg::encodeLossless(plan, file, error)
-                    : options.progressive ? jpeg::encodeProgressive(plan, file, error)
-                                          : jpeg::encodeSequential(plan, file, error);
+    bool ok = false;
+    try {
+        zeq::container::JpegWriter w(file);
+        w.startOfImage();
+        // A lossless RGB file carries no JFIF header: JFIF means YCbCr.
+        if (!(options.lossless && image.channels == 3)) w.jfifHeader();
+        if (!options.lossless) w.quantTables(plan.quant, size_t(plan.quantCount));
+        w.frameHeader(plan.frame);
+        ok = options.lossless      ? jpeg::encodeLossless(plan, file, error)
+             : options.progressive ? jpeg::encodeProgressive(plan, file, error)
+                                   : jpeg::encodeSequential(plan, file, error);
+        if (ok) w.endOfImage();
+    } catch (const std::bad_alloc&) {
+        ok = false;
+        *error = "out of memory for an image of " + std::to_string(image.width) + "x" +
+                 std::to_string(image.height);
+    }
     if (!ok) {
         file.clear();
         return false;
     }
-    w.endOfImage();
     jpeg::reportProgress(plan, 1, 1);
     return true;
 }

@@ -8,23 +8,33 @@
 #include <vector>
 
 #include "container/netpbm.h"
+#include "zeqcodec/commands.h"
 
 namespace zeqcodec {
 
 struct JpegEncodeOptions {
-    int32_t quality = 75;          // 1..100
-    int32_t sampling = 420;        // 444, 422 or 420 (ignored for grey input)
-    bool progressive = false;      // SOF2 with a standard scan script
-    bool optimize = false;         // optimal Huffman tables from the statistics
-    int32_t restartInterval = 0;   // MCUs between RSTn markers, 0 = none
-    bool lossless = false;         // SOF3
-    int32_t predictor = 1;         // 1..7, lossless only
+    int32_t quality = 75;         // 1..100
+    int32_t sampling = 420;       // 444, 422 or 420 (ignored for grey input)
+    bool progressive = false;     // SOF2 with a standard scan script
+    bool optimize = false;        // optimal Huffman tables from the statistics
+    int32_t restartInterval = 0;  // MCUs between RSTn markers, 0 = none
+    bool lossless = false;        // SOF3
+    int32_t predictor = 1;        // 1..7, lossless only
+    int32_t threads = 1;          // 1..64: MCU rows are split across this many threads
+    bool progress = false;        // a progress line on stderr above 20 megapixels
 };
 
+// With more than one thread a sequential file gets restart markers at the
+// points where the threads' parts meet (unless restartInterval already puts
+// one there), so each part is coded on its own.
+//
 // Encodes a grey (1 channel) or RGB (3 channels) image into a JFIF file.
 // Returns false with *error set when the options or the image are refused.
 bool encodeJpeg(const zeq::container::Image& image, const JpegEncodeOptions& options,
                 std::vector<uint8_t>& file, std::string* error);
+
+// The jpeg-encode command.
+int runJpegEncode(const Arguments& args);
 
 }  // namespace zeqcodec
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "zeqcodec/commands.h"
+#include "zeqcodec/jpeg_encoder.h"
 
 namespace zeqcodec {
 namespace {
@@ -10,6 +11,9 @@ namespace {
 // Each codec adds its subcommands here.
 const Command kCommands[] = {
     {"help", nullptr, "help"},
+    {"jpeg-encode", runJpegEncode,
+     "jpeg-encode IN.ppm|IN.pgm OUT.jpg [--quality 1..100] [--sampling 444|422|420] "
+     "[--progressive] [--optimize] [--restart N] [--lossless --predictor 1..7] [--threads N]"},
 };
 
 int usage(FILE* out) {

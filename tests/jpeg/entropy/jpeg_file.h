@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "container/jpeg_writer.h"
 #include "tests/jpeg/entropy/huffman_test_support.h"
 #include "tests/jpeg/entropy/photo_blocks.h"
 
@@ -104,38 +105,26 @@ inline Blocks photoComponents(const Frame& f, uint32_t seed, PhotoBlockShape sha
     return blocks;
 }
 
-class SegmentWriter {
-public:
-    void marker(uint8_t m) {
-        bytes.push_back(0xFF);
-        bytes.push_back(m);
-    }
-    void u8(int v) { bytes.push_back(static_cast<uint8_t>(v)); }
-    void u16(int v) {
-        u8(v >> 8);
-        u8(v & 0xFF);
-    }
-    std::vector<uint8_t> bytes;
-};
+using SegmentWriter = zeq::container::JpegWriter;
+
+inline zeq::container::JpegFrame markerFrame(const Frame& f, uint8_t sofMarker) {
+    zeq::container::JpegFrame frame;
+    frame.sofMarker = sofMarker;
+    frame.width = static_cast<uint16_t>(f.width);
+    frame.height = static_cast<uint16_t>(f.height);
+    for (const auto& c : f.components)
+        frame.components.push_back({static_cast<uint8_t>(c.id), static_cast<uint8_t>(c.h),
+                                    static_cast<uint8_t>(c.v), 0});
+    return frame;
+}
 
 // SOI, DQT (all ones) and the frame header (SOF0 baseline, SOF2 progressive).
 inline void writeFrameHeader(SegmentWriter& w, const Frame& f, uint8_t sofMarker) {
-    w.marker(0xD8);
-    w.marker(0xDB);
-    w.u16(2 + 65);
-    w.u8(0);
-    for (int i = 0; i < 64; ++i) w.u8(1);
-    w.marker(sofMarker);
-    w.u16(8 + 3 * int(f.components.size()));
-    w.u8(8);
-    w.u16(f.height);
-    w.u16(f.width);
-    w.u8(int(f.components.size()));
-    for (const auto& c : f.components) {
-        w.u8(c.id);
-        w.u8(c.h << 4 | c.v);
-        w.u8(0);
-    }
+    w.startOfImage();
+    zeq::container::JpegQuantTable ones;
+    ones.zigzag.fill(1);
+    w.quantTables(&ones, 1);
+    w.frameHeader(markerFrame(f, sofMarker));
 }
 
 // One DHT segment per table: class 0 (DC) or 1 (AC), ids 0..count-1; a
@@ -143,32 +132,31 @@ inline void writeFrameHeader(SegmentWriter& w, const Frame& f, uint8_t sofMarker
 inline void writeTables(SegmentWriter& w, int tableClass, const TableDefinition* tables,
                         int count) {
     for (int id = 0; id < count; ++id) {
-        const TableDefinition& t = tables[id];
+        zeq::container::JpegHuffmanTable t;
+        t.tableClass = static_cast<uint8_t>(tableClass);
+        t.id = static_cast<uint8_t>(id);
+        t.counts = tables[id].bits;
         int n = 0;
-        for (uint8_t b : t.bits) n += b;
-        if (n == 0) continue;
-        w.marker(0xC4);
-        w.u16(2 + 1 + 16 + n);
-        w.u8(tableClass << 4 | id);
-        for (uint8_t b : t.bits) w.u8(b);
-        for (int k = 0; k < n; ++k) w.u8(t.values[k]);
+        for (uint8_t b : t.counts) n += b;
+        t.symbols.assign(tables[id].values.begin(), tables[id].values.begin() + n);
+        w.huffmanTables(&t, 1);
     }
 }
 
 // SOS for the frame components at `members` (indices into f.components).
 inline void writeScanHeader(SegmentWriter& w, const Frame& f, const std::vector<int>& members,
                             int ss, int se, int ah, int al) {
-    w.marker(0xDA);
-    w.u16(6 + 2 * int(members.size()));
-    w.u8(int(members.size()));
+    zeq::container::JpegScanHeader scan;
     for (int m : members) {
         const auto& c = f.components[size_t(m)];
-        w.u8(c.id);
-        w.u8(c.dcTable << 4 | c.acTable);
+        scan.components.push_back({static_cast<uint8_t>(m), static_cast<uint8_t>(c.dcTable),
+                                   static_cast<uint8_t>(c.acTable)});
     }
-    w.u8(ss);
-    w.u8(se);
-    w.u8(ah << 4 | al);
+    scan.ss = static_cast<uint8_t>(ss);
+    scan.se = static_cast<uint8_t>(se);
+    scan.ah = static_cast<uint8_t>(ah);
+    scan.al = static_cast<uint8_t>(al);
+    w.scanHeader(markerFrame(f, 0), scan);
 }
 
 // SOI, DQT (all ones), SOF0, DHT (DC tables 0..1, AC tables 0..1), DRI, SOS,
@@ -176,21 +164,18 @@ inline void writeScanHeader(SegmentWriter& w, const Frame& f, const std::vector<
 inline std::vector<uint8_t> writeBaselineFile(const Frame& f, const TableDefinition* dc,
                                               const TableDefinition* ac, int tableCount,
                                               const std::vector<uint8_t>& scan) {
-    SegmentWriter w;
+    std::vector<uint8_t> bytes;
+    SegmentWriter w(bytes);
     writeFrameHeader(w, f, 0xC0);
     writeTables(w, 0, dc, tableCount);
     writeTables(w, 1, ac, tableCount);
-    if (f.restartInterval > 0) {
-        w.marker(0xDD);
-        w.u16(4);
-        w.u16(f.restartInterval);
-    }
+    if (f.restartInterval > 0) w.restartInterval(static_cast<uint16_t>(f.restartInterval));
     std::vector<int> all;
     for (size_t i = 0; i < f.components.size(); ++i) all.push_back(int(i));
     writeScanHeader(w, f, all, 0, 63, 0, 0);
-    w.bytes.insert(w.bytes.end(), scan.begin(), scan.end());
-    w.marker(0xD9);
-    return w.bytes;
+    w.bytes(scan.data(), scan.size());
+    w.endOfImage();
+    return bytes;
 }
 
 // One scan of a progressive file: its components (indices into the frame's),
@@ -207,16 +192,17 @@ struct ProgressiveScan {
 // SOI, DQT, SOF2, then per scan its DHTs, SOS and data; EOI.
 inline std::vector<uint8_t> writeProgressiveFile(const Frame& f,
                                                  const std::vector<ProgressiveScan>& scans) {
-    SegmentWriter w;
+    std::vector<uint8_t> bytes;
+    SegmentWriter w(bytes);
     writeFrameHeader(w, f, 0xC2);
     for (const ProgressiveScan& s : scans) {
         writeTables(w, 0, s.dc, 4);
         writeTables(w, 1, s.ac, 4);
         writeScanHeader(w, f, s.components, s.ss, s.se, s.ah, s.al);
-        w.bytes.insert(w.bytes.end(), s.data.begin(), s.data.end());
+        w.bytes(s.data.data(), s.data.size());
     }
-    w.marker(0xD9);
-    return w.bytes;
+    w.endOfImage();
+    return bytes;
 }
 
 // One scan as read from a file: the tables defined before its SOS (the last

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "zeqcodec/commands.h"
+#include "zeqcodec/j2k_commands.h"
 
 namespace zeqcodec {
 namespace {
@@ -10,6 +11,10 @@ namespace {
 // Each codec adds its subcommands here.
 const Command kCommands[] = {
     {"help", nullptr, "help"},
+    {"j2k-encode", runJ2kEncode,
+     "j2k-encode IN.ppm|IN.pgm OUT.j2k [--lossless | --rate BITS_PER_PIXEL] [--levels 0..8] "
+     "[--bypass] [--terminate-all] [--causal] [--segmark]"},
+    {"j2k-decode", runJ2kDecode, "j2k-decode IN.j2k OUT.ppm"},
 };
 
 int usage(FILE* out) {

@@ -20,6 +20,9 @@ struct J2kEncodeOptions {
     bool terminateAll = false;  // terminate the coder after every pass
     bool causal = false;        // vertically causal contexts
     bool segmentationSymbols = false;
+    // Quantizer step of the 9/7 path relative to each band's synthesis
+    // norm, in sample units; 0 picks one from the byte budget.
+    double baseStep = 0;
 };
 
 // Encodes a grey (1 channel) or RGB (3 channels) image into a codestream.

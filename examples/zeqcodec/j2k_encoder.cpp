@@ -24,6 +24,10 @@ bool fail(std::string* error, const std::string& why) {
     return false;
 }
 
+// Finest automatic quantizer step of the 9/7 path (sample units, before the
+// band's synthesis norm).
+constexpr double MinimumBaseStep = 1.0 / 16;
+
 struct EncoderStateDeleter {
     void operator()(CodeBlockEncodeState* s) const { zeqiEncodeFree_JPEG2K(s); }
 };
@@ -52,6 +56,7 @@ private:
     size_t keptBytes(double slope) const;
     std::vector<uint8_t> packets(uint8_t style) const;
     J2kCodeBlockContribution contribution(const CodedBlock& b, uint8_t style) const;
+    void setSteps(double baseStep);
 
     const zeq::container::Image& image_;
     const J2kEncodeOptions& o_;
@@ -125,6 +130,8 @@ bool Encoder::codeBlocks(std::string* error) {
     static const double ictWeights[3] = {3.0, 0.34413 * 0.34413 + 1.772 * 1.772,
                                          1.402 * 1.402 + 0.71414 * 0.71414};
     std::vector<int32_t> block(static_cast<size_t>(CodeBlockSize) * CodeBlockSize);
+    std::vector<uint8_t> scratch(size_t{1} << 16);
+    data_.reserve(static_cast<size_t>(width_) * static_cast<size_t>(height_) * static_cast<size_t>(components_));
     const size_t rowLength = static_cast<size_t>(width_);
     for (int32_t c = 0; c < components_; ++c) {
         const int32_t* plane = planes_[static_cast<size_t>(c)].data();
@@ -179,18 +186,13 @@ bool Encoder::codeBlocks(std::string* error) {
                     cb.weight = weight;
                     if (passes > 0) {
                         int32_t notFinished = 1;
-                        size_t used = data_.size();
                         while (notFinished) {
-                            const size_t chunk = 1 << 16;
-                            if (data_.size() < used + chunk) data_.resize(used + chunk);
-                            int32_t length = static_cast<int32_t>(chunk);
-                            if (zeqiEncodeStoreBits_JPEG2K_1u(data_.data() + used, &length,
-                                                              state.get(),
+                            int32_t length = static_cast<int32_t>(scratch.size());
+                            if (zeqiEncodeStoreBits_JPEG2K_1u(scratch.data(), &length, state.get(),
                                                               &notFinished) != StatusOk)
                                 return fail(error, "code-block coder failed");
-                            used += static_cast<size_t>(length);
+                            data_.insert(data_.end(), scratch.data(), scratch.data() + length);
                         }
-                        data_.resize(used);
                         for (int32_t p = 0; p < passes; ++p) {
                             uint32_t rate = 0;
                             double dist = 0;
@@ -373,6 +375,14 @@ void Encoder::chooseTruncation(size_t bodyBudget) {
     }
 }
 
+void Encoder::setSteps(double baseStep) {
+    for (size_t b = 0; b < bands_.size(); ++b) {
+        const int32_t range = j2k::rangeBits(bands_[b].orientation);
+        steps_[b] = j2k::encodeStep(baseStep / norms_[b], range);
+        invSteps_[b] = 1.0 / (j2k::stepValue(steps_[b], range) * (1 << j2k::FractionBits));
+    }
+}
+
 bool Encoder::run(std::vector<uint8_t>& out, std::string* error) {
     width_ = image_.width;
     height_ = image_.height;
@@ -402,13 +412,30 @@ bool Encoder::run(std::vector<uint8_t>& out, std::string* error) {
                                                       (components_ == 3 ? 1 : 0));
     } else {
         norms_ = j2k::synthesisNorms97(o_.levels);
-        for (size_t b = 0; b < bands_.size(); ++b) {
-            const int32_t range = j2k::rangeBits(bands_[b].orientation);
-            steps_[b] = j2k::encodeStep(1.0 / norms_[b], range);
-            invSteps_[b] = 1.0 / (j2k::stepValue(steps_[b], range) * (1 << j2k::FractionBits));
-        }
     }
+    // The 9/7 step: fine enough that the rate control, not the quantizer,
+    // sets the quality at the budget, coarse enough to spare the coder the
+    // planes no truncation point reaches. When every pass of every block
+    // fits in little more than the budget, the quantizer was the limit:
+    // code again with finer steps.
+    double baseStep = o_.baseStep;
+    const bool adaptive = !o_.lossless && baseStep <= 0 && o_.bitsPerPixel > 0;
+    if (baseStep <= 0)
+        baseStep = o_.bitsPerPixel > 0 ? std::clamp(2.0 / o_.bitsPerPixel, 0.25, 8.0) : 1.0;
+    if (!o_.lossless) setSteps(baseStep);
     if (!transform(error) || !codeBlocks(error)) return false;
+    const double budgetBytes = o_.bitsPerPixel * width_ * static_cast<double>(height_) / 8;
+    while (adaptive && baseStep > MinimumBaseStep &&
+           static_cast<double>(data_.size()) < 1.5 * budgetBytes) {
+        baseStep /= 4;
+        setSteps(baseStep);
+        blocks_.clear();
+        rates_.clear();
+        dists_.clear();
+        segments_.clear();
+        data_.clear();
+        if (!codeBlocks(error)) return false;
+    }
     planes_.clear();
     planes_.shrink_to_fit();
     // Guard bits: enough for the largest block of every band.

@@ -139,7 +139,7 @@ inline container::Image syntheticImage(int32_t width, int32_t height, int32_t ch
     uint32_t state = seed * 2654435761u + 12345u;
     auto noise = [&state]() {
         state = state * 1664525u + 1013904223u;
-        return static_cast<int32_t>((state >> 24) & 15) - 8;
+        return static_cast<int32_t>((state >> 24) & 7) - 4;
     };
     const double fx = 6.2831853 / std::max(width, 8), fy = 6.2831853 / std::max(height, 8);
     for (int32_t y = 0; y < height; ++y) {

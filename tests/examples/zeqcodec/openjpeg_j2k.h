@@ -13,26 +13,12 @@
 #include <vector>
 
 #include "container/netpbm.h"
-#include "tests/jpeg2000/tier1/openjpeg_memory_stream.h"
+#include "tests/jpeg2000/tier1/openjpeg_oracle.h"
 
 namespace zeq::test::j2k {
 
-inline void quiet(const char*, void*) {}
-
-struct LinkedStreamApi {
-    decltype(&::opj_stream_create) opj_stream_create = ::opj_stream_create;
-    decltype(&::opj_stream_set_user_data) opj_stream_set_user_data = ::opj_stream_set_user_data;
-    decltype(&::opj_stream_set_user_data_length) opj_stream_set_user_data_length =
-        ::opj_stream_set_user_data_length;
-    decltype(&::opj_stream_set_read_function) opj_stream_set_read_function =
-        ::opj_stream_set_read_function;
-    decltype(&::opj_stream_set_write_function) opj_stream_set_write_function =
-        ::opj_stream_set_write_function;
-    decltype(&::opj_stream_set_skip_function) opj_stream_set_skip_function =
-        ::opj_stream_set_skip_function;
-    decltype(&::opj_stream_set_seek_function) opj_stream_set_seek_function =
-        ::opj_stream_set_seek_function;
-};
+using t1::LinkedStreamApi;
+using t1::quiet;
 
 // Decodes an 8-bit grey or three-component codestream; false if libopenjp2
 // refuses it.

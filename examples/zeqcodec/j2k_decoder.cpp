@@ -13,14 +13,10 @@ namespace {
 
 using j2k::Band;
 using j2k::CodeBlockSize;
+using j2k::fail;
 using zeq::container::J2kCodeBlockContribution;
 using zeq::container::J2kHeader;
 using zeq::container::J2kPacketBand;
-
-bool fail(std::string* error, const std::string& why) {
-    if (error) *error = why;
-    return false;
-}
 
 // Where one code block's segments lie in the codestream.
 struct BlockData {

@@ -14,15 +14,11 @@ namespace {
 
 using j2k::Band;
 using j2k::CodeBlockSize;
+using j2k::fail;
 using zeq::container::J2kCodeBlockContribution;
 using zeq::container::J2kHeader;
 using zeq::container::J2kPacketBand;
 using zeq::container::J2kQuantStep;
-
-bool fail(std::string* error, const std::string& why) {
-    if (error) *error = why;
-    return false;
-}
 
 // Finest automatic quantizer step of the 9/7 path (sample units, before the
 // band's synthesis norm).
@@ -131,7 +127,8 @@ bool Encoder::codeBlocks(std::string* error) {
                                          1.402 * 1.402 + 0.71414 * 0.71414};
     std::vector<int32_t> block(static_cast<size_t>(CodeBlockSize) * CodeBlockSize);
     std::vector<uint8_t> scratch(size_t{1} << 16);
-    data_.reserve(static_cast<size_t>(width_) * static_cast<size_t>(height_) * static_cast<size_t>(components_));
+    data_.reserve(static_cast<size_t>(width_) * static_cast<size_t>(height_) *
+                  static_cast<size_t>(components_));
     const size_t rowLength = static_cast<size_t>(width_);
     for (int32_t c = 0; c < components_; ++c) {
         const int32_t* plane = planes_[static_cast<size_t>(c)].data();

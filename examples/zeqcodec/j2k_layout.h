@@ -5,11 +5,18 @@
 #define ZEQCODEC_J2K_LAYOUT_H
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "container/j2k_codestream.h"
 
 namespace zeqcodec::j2k {
+
+// Sets *error (when given) and returns false.
+inline bool fail(std::string* error, const std::string& why) {
+    if (error) *error = why;
+    return false;
+}
 
 constexpr int32_t CodeBlockSize = 64;
 // The 9/7 path carries samples with this many fraction bits through the

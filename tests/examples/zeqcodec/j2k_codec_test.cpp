@@ -68,7 +68,7 @@ TEST(J2kCodec, LossyOutputDecodesToTheSamePsnrHereAndInOpenJpeg) {
             const Image image = syntheticImage(size.width, size.height, channels, 5);
             for (int32_t levels = 0; levels <= 5; ++levels) {
                 for (int32_t flags : {0, 1, 2, 4, 8, 15}) {
-                    for (double rate : {0.5, 1.0, 3.0}) {
+                    for (double rate : {0.5, 2.0}) {
                         SCOPED_TRACE(describe(image, flags, levels) + " rate " +
                                      std::to_string(rate));
                         J2kEncodeOptions o = withFlags(flags, levels);

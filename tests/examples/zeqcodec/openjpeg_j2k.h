@@ -23,17 +23,10 @@ using t1::quiet;
 // Decodes an 8-bit grey or three-component codestream; false if libopenjp2
 // refuses it.
 inline bool openjpegDecode(const std::vector<uint8_t>& codestream, container::Image& out) {
-    t1::MemoryStream m{codestream, 0};
-    opj_stream_t* stream = m.open(LinkedStreamApi{}, true);
-    opj_codec_t* codec = opj_create_decompress(OPJ_CODEC_J2K);
-    opj_set_error_handler(codec, quiet, nullptr);
-    opj_set_warning_handler(codec, quiet, nullptr);
-    opj_dparameters_t params;
-    opj_set_default_decoder_parameters(&params);
-    opj_image_t* image = nullptr;
-    bool ok = opj_setup_decoder(codec, &params) && opj_read_header(stream, codec, &image) &&
-              opj_decode(codec, stream, image) && opj_end_decompress(codec, stream);
-    if (ok && (image->numcomps == 1 || image->numcomps == 3)) {
+    opj_image_t* image = t1::openjpegDecodeImage(codestream);
+    if (!image) return false;
+    const bool ok = image->numcomps == 1 || image->numcomps == 3;
+    if (ok) {
         const int channels = static_cast<int>(image->numcomps);
         out.width = static_cast<int32_t>(image->comps[0].w);
         out.height = static_cast<int32_t>(image->comps[0].h);
@@ -44,12 +37,8 @@ inline bool openjpegDecode(const std::vector<uint8_t>& codestream, container::Im
             for (size_t i = 0; i < pixels; ++i)
                 out.pixels[i * static_cast<size_t>(channels) + static_cast<size_t>(c)] =
                     static_cast<uint8_t>(std::clamp(image->comps[c].data[i], 0, 255));
-    } else {
-        ok = false;
     }
     opj_image_destroy(image);
-    opj_destroy_codec(codec);
-    opj_stream_destroy(stream);
     return ok;
 }
 

@@ -88,8 +88,9 @@ inline opj_stream_t* openStream(MemoryStream* m, bool input) {
 
 inline void quiet(const char*, void*) {}
 
-// Decodes a codestream; false if libopenjp2 rejects it.
-inline bool openjpegDecode(const std::vector<uint8_t>& codestream, std::vector<int32_t>& samples) {
+// Decodes a codestream into a libopenjp2 image (to be destroyed by the
+// caller); null if libopenjp2 rejects it.
+inline opj_image_t* openjpegDecodeImage(const std::vector<uint8_t>& codestream) {
     MemoryStream m{codestream, 0};
     opj_stream_t* stream = openStream(&m, true);
     opj_codec_t* codec = opj_create_decompress(OPJ_CODEC_J2K);
@@ -98,16 +99,25 @@ inline bool openjpegDecode(const std::vector<uint8_t>& codestream, std::vector<i
     opj_dparameters_t params;
     opj_set_default_decoder_parameters(&params);
     opj_image_t* image = nullptr;
-    bool ok = opj_setup_decoder(codec, &params) && opj_read_header(stream, codec, &image) &&
-              opj_decode(codec, stream, image) && opj_end_decompress(codec, stream);
-    if (ok) {
-        const opj_image_comp_t& c = image->comps[0];
-        samples.assign(c.data, c.data + static_cast<size_t>(c.w) * c.h);
-    }
-    opj_image_destroy(image);
+    const bool ok = opj_setup_decoder(codec, &params) && opj_read_header(stream, codec, &image) &&
+                    opj_decode(codec, stream, image) && opj_end_decompress(codec, stream);
     opj_destroy_codec(codec);
     opj_stream_destroy(stream);
-    return ok;
+    if (!ok) {
+        opj_image_destroy(image);
+        return nullptr;
+    }
+    return image;
+}
+
+// Decodes a codestream; false if libopenjp2 rejects it.
+inline bool openjpegDecode(const std::vector<uint8_t>& codestream, std::vector<int32_t>& samples) {
+    opj_image_t* image = openjpegDecodeImage(codestream);
+    if (!image) return false;
+    const opj_image_comp_t& c = image->comps[0];
+    samples.assign(c.data, c.data + static_cast<size_t>(c.w) * c.h);
+    opj_image_destroy(image);
+    return true;
 }
 
 // Encodes signed 16-bit samples losslessly as one code block, one layer, no

@@ -25,10 +25,11 @@ struct BlockData {
     size_t firstSegment = 0, segments = 0;
 };
 
-// The largest coefficient magnitude handed to the inverse 5/3 levels: it
-// keeps every lifting sum of `levels` levels inside 32 bits whatever a
-// corrupt stream holds, and is far above what 8-bit samples produce.
-int32_t reversibleLimit(int32_t levels) { return 1 << (29 - 2 * levels); }
+// The largest magnitude handed to an inverse 5/3 level, far above what 8-bit
+// samples produce: one level grows values at most ninefold, so clamping the
+// low band before each level keeps every lifting sum inside 32 bits whatever
+// a corrupt stream holds.
+constexpr int32_t ReversibleLimit = 1 << 20;
 // Reconstructed 9/7 coefficients (with their fraction bits) stay below this.
 constexpr double IrreversibleLimit = 1 << 28;
 // Decoder flag: leave the decoded bits below the last plane as they are.
@@ -115,7 +116,6 @@ bool Decoder::decodeBlocks(std::string* error) {
     const size_t rowLength = static_cast<size_t>(width_);
     const size_t blocksPerComponent = blocks_.size() / static_cast<size_t>(components_);
     const size_t pixels = rowLength * static_cast<size_t>(height_);
-    const int32_t limit = reversibleLimit(levels_);
     planes_.assign(static_cast<size_t>(components_), std::vector<int32_t>(pixels, 0));
     for (int32_t c = 0; c < components_; ++c) {
         int32_t* plane = planes_[static_cast<size_t>(c)].data();
@@ -155,7 +155,7 @@ bool Decoder::decodeBlocks(std::string* error) {
                                        static_cast<size_t>(band.x + x0);
                         if (h_.reversible) {
                             for (int32_t x = 0; x < w; ++x) {
-                                const int32_t m = std::min(src[x] & 0x7FFFFFFF, limit);
+                                const int32_t m = std::min(src[x] & 0x7FFFFFFF, ReversibleLimit);
                                 dst[x] = src[x] < 0 ? -m : m;
                             }
                         } else {
@@ -166,7 +166,7 @@ bool Decoder::decodeBlocks(std::string* error) {
                                     continue;
                                 }
                                 const double v = std::min(m * unit, IrreversibleLimit);
-                                const int32_t r = static_cast<int32_t>(std::lround(v));
+                                const int32_t r = static_cast<int32_t>(v + 0.5);
                                 dst[x] = src[x] < 0 ? -r : r;
                             }
                         }
@@ -188,6 +188,7 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
         zeqiWTGetBufSize_D97_JPEG2K_32s_C1IR(&full, &bufferSize);
     std::vector<uint8_t> buffer(static_cast<size_t>(bufferSize) + 64);
     const size_t pixels = static_cast<size_t>(width_) * static_cast<size_t>(height_);
+    const size_t pixelsPerRow = static_cast<size_t>(width_);
     for (auto& plane : planes_) {
         for (int32_t level = levels_; level >= 1; --level) {
             const ZeqiRect rect{0, 0, j2k::lowSize(width_, level - 1),
@@ -197,6 +198,13 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
                     ? zeqiWTInv_B53_JPEG2K_32s_C1IR(plane.data(), step, &rect, buffer.data())
                     : zeqiWTInv_D97_JPEG2K_32s_C1IR(plane.data(), step, &rect, buffer.data());
             if (s != StatusOk) return fail(error, "inverse wavelet level failed");
+            if (h_.reversible && level > 1) {
+                for (int32_t y = 0; y < rect.height; ++y) {
+                    int32_t* row = plane.data() + static_cast<size_t>(y) * pixelsPerRow;
+                    for (int32_t x = 0; x < rect.width; ++x)
+                        row[x] = std::clamp(row[x], -ReversibleLimit, ReversibleLimit);
+                }
+            }
         }
         if (!h_.reversible)
             for (size_t i = 0; i < pixels; ++i)

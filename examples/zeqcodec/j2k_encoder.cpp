@@ -23,6 +23,8 @@ using zeq::container::J2kQuantStep;
 // Finest automatic quantizer step of the 9/7 path (sample units, before the
 // band's synthesis norm).
 constexpr double MinimumBaseStep = 1.0 / 16;
+// Bit planes the tier-1 coder handles.
+constexpr int32_t MaximumMagnitudeBits = 31;
 
 struct EncoderStateDeleter {
     void operator()(CodeBlockEncodeState* s) const { zeqiEncodeFree_JPEG2K(s); }
@@ -446,6 +448,9 @@ bool Encoder::run(std::vector<uint8_t>& out, std::string* error) {
         guardBits_ = std::max(guardBits_, blocks_[i].planes - steps_[b].exponent + 1);
     }
     if (guardBits_ > 7) return fail(error, "coefficients exceed the codestream's range");
+    for (const J2kQuantStep& step : steps_)
+        if (guardBits_ + step.exponent - 1 > MaximumMagnitudeBits)
+            return fail(error, "quantizer step too fine for the codestream");
 
     J2kHeader header;
     header.width = static_cast<uint32_t>(width_);

@@ -34,7 +34,8 @@ constexpr int32_t ReversibleLimit = 1 << 20;
 constexpr double IrreversibleLimit = 1 << 28;
 // Decoder flag: leave the decoded bits below the last plane as they are.
 constexpr int32_t KeepDecodedBits = 0x40000;
-// Samples handed to the inverse colour transform stay within this.
+// Samples are clamped to this before the final shift (the colour transforms
+// wrap like 32-bit integers, so garbage stays garbage, never undefined).
 constexpr int32_t SampleLimit = 1 << 24;
 
 class Decoder {
@@ -159,14 +160,12 @@ bool Decoder::decodeBlocks(std::string* error) {
                                 dst[x] = src[x] < 0 ? -m : m;
                             }
                         } else {
+                            const float scale = static_cast<float>(unit);
+                            const float top = static_cast<float>(IrreversibleLimit);
                             for (int32_t x = 0; x < w; ++x) {
-                                const int32_t m = src[x] & 0x7FFFFFFF;
-                                if (m == 0) {
-                                    dst[x] = 0;
-                                    continue;
-                                }
-                                const double v = std::min(m * unit, IrreversibleLimit);
-                                const int32_t r = static_cast<int32_t>(v + 0.5);
+                                const float m = static_cast<float>(src[x] & 0x7FFFFFFF);
+                                const int32_t r =
+                                    static_cast<int32_t>(std::min(m * scale, top) + 0.5f);
                                 dst[x] = src[x] < 0 ? -r : r;
                             }
                         }
@@ -206,9 +205,6 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
                 }
             }
         }
-        if (!h_.reversible)
-            for (size_t i = 0; i < pixels; ++i)
-                plane[i] = std::clamp(plane[i], -SampleLimit, SampleLimit);
     }
     if (components_ == 3 && h_.multiComponentTransform) {
         int32_t* const p[3] = {planes_[0].data(), planes_[1].data(), planes_[2].data()};
@@ -223,13 +219,32 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
     image.pixels.resize(pixels * static_cast<size_t>(components_));
     const int32_t shift = h_.reversible ? 0 : j2k::FractionBits;
     const int32_t round = shift ? 1 << (shift - 1) : 0;
-    for (int32_t c = 0; c < components_; ++c) {
-        const int32_t* src = planes_[static_cast<size_t>(c)].data();
-        uint8_t* dst = image.pixels.data() + c;
-        for (size_t i = 0; i < pixels; ++i) {
-            const int32_t v =
-                ((std::clamp(src[i], -SampleLimit, SampleLimit) + round) >> shift) + 128;
-            dst[i * static_cast<size_t>(components_)] = static_cast<uint8_t>(std::clamp(v, 0, 255));
+    // Planes convert in chunks into byte rows (a loop the compiler
+    // vectorizes), then interleave.
+    constexpr size_t Chunk = 4096;
+    uint8_t bytes[3][Chunk];
+    uint8_t* dst = image.pixels.data();
+    for (size_t first = 0; first < pixels; first += Chunk) {
+        const size_t n = std::min(Chunk, pixels - first);
+        for (int32_t c = 0; c < components_; ++c) {
+            const int32_t* src = planes_[static_cast<size_t>(c)].data() + first;
+            uint8_t* out = bytes[c];
+            for (size_t i = 0; i < n; ++i) {
+                // Clamped first, so the rounding and level shift cannot overflow.
+                const int32_t v =
+                    ((std::clamp(src[i], -SampleLimit, SampleLimit) + round) >> shift) + 128;
+                out[i] = static_cast<uint8_t>(std::clamp(v, 0, 255));
+            }
+        }
+        if (components_ == 1) {
+            std::copy(bytes[0], bytes[0] + n, dst + first);
+        } else {
+            uint8_t* o = dst + 3 * first;
+            for (size_t i = 0; i < n; ++i) {
+                o[3 * i] = bytes[0][i];
+                o[3 * i + 1] = bytes[1][i];
+                o[3 * i + 2] = bytes[2][i];
+            }
         }
     }
     return true;

@@ -81,13 +81,13 @@ bool Encoder::transform(std::string* error) {
     const size_t pixels = static_cast<size_t>(width_) * static_cast<size_t>(height_);
     planes_.assign(static_cast<size_t>(components_), std::vector<int32_t>(pixels));
     const uint8_t* px = image_.pixels.data();
-    const int32_t shift = o_.lossless ? 0 : j2k::FractionBits;
+    const int32_t scale = o_.lossless ? 1 : 1 << j2k::FractionBits;
     for (int32_t c = 0; c < components_; ++c) {
         int32_t* dst = planes_[static_cast<size_t>(c)].data();
         const uint8_t* src = px + c;
         for (size_t i = 0; i < pixels; ++i)
-            dst[i] = (static_cast<int32_t>(src[i * static_cast<size_t>(components_)]) - 128)
-                     << shift;
+            dst[i] = (static_cast<int32_t>(src[i * static_cast<size_t>(components_)]) - 128) *
+                     scale;
     }
     const int32_t step = width_ * 4;
     const ZeqiSize size{width_, height_};

@@ -4,6 +4,7 @@
 
 #include "zeqcodec/commands.h"
 #include "zeqcodec/jpeg_encoder.h"
+#include "zeqcodec/j2k_commands.h"
 
 namespace zeqcodec {
 namespace {
@@ -14,6 +15,10 @@ const Command kCommands[] = {
     {"jpeg-encode", runJpegEncode,
      "jpeg-encode IN.ppm|IN.pgm OUT.jpg [--quality 1..100] [--sampling 444|422|420] "
      "[--progressive] [--optimize] [--restart N] [--lossless --predictor 1..7] [--threads N]"},
+    {"j2k-encode", runJ2kEncode,
+     "j2k-encode IN.ppm|IN.pgm OUT.j2k [--lossless | --rate BITS_PER_PIXEL] [--levels 0..8] "
+     "[--bypass] [--terminate-all] [--causal] [--segmark]"},
+    {"j2k-decode", runJ2kDecode, "j2k-decode IN.j2k OUT.ppm"},
 };
 
 int usage(FILE* out) {

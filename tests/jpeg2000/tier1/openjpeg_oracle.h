@@ -1,8 +1,8 @@
 // A real JPEG 2000 decoder and encoder (libopenjp2) as the oracle of the
-// tier-1 coder. A minimal codestream wraps one code block: one tile, one
-// component, no decomposition levels, one code block, one layer and one
-// hand-written packet header; the reverse direction parses the packet header
-// of such a codestream written by libopenjp2.
+// tier-1 coder. A minimal codestream (the container library's writer) wraps
+// one code block: one tile, one component, no decomposition levels, one code
+// block, one layer and one packet; the reverse direction parses such a
+// codestream written by libopenjp2 with the container library's reader.
 #ifndef ZEQ_TESTS_JPEG2000_TIER1_OPENJPEG_ORACLE_H
 #define ZEQ_TESTS_JPEG2000_TIER1_OPENJPEG_ORACLE_H
 
@@ -13,158 +13,37 @@
 #include <cstring>
 #include <vector>
 
+#include "container/j2k_codestream.h"
 #include "tests/jpeg2000/tier1/openjpeg_memory_stream.h"
 
 namespace zeq::test::t1 {
 
 // The code-block style byte of a COD marker for the library's flags and
-// termination type.
+// termination type, and back.
 inline uint8_t codeBlockStyle(int32_t flags, int32_t termType) {
-    uint8_t style = 0;
-    if (flags & 1) style |= 0x08;
-    if (flags & 2) style |= 0x01;
-    if (flags & 4) style |= 0x04;
-    if (flags & 8) style |= 0x02;
-    if (flags & 16) style |= 0x20;
-    if (termType == 2) style |= 0x10;
-    return style;
+    return container::j2kStyleFromFlags(flags, termType);
 }
-
-inline int32_t libraryFlags(uint8_t style) {
-    int32_t flags = 0;
-    if (style & 0x08) flags |= 1;
-    if (style & 0x01) flags |= 2;
-    if (style & 0x04) flags |= 4;
-    if (style & 0x02) flags |= 8;
-    if (style & 0x20) flags |= 16;
-    return flags;
-}
-
-// Writes bits most significant first; the byte after a 0xFF takes 7 bits.
-class HeaderBitWriter {
-public:
-    void bit(int b) {
-        current_ = (current_ << 1) | (b & 1);
-        if (++count_ == capacity_) flushByte();
-    }
-    void bits(uint32_t value, int n) {
-        for (int i = n - 1; i >= 0; --i) bit((value >> i) & 1);
-    }
-    std::vector<uint8_t> finish() {
-        if (count_ > 0) {
-            current_ <<= capacity_ - count_;
-            flushByte();
-        }
-        // A header ending on 0xFF gets a zero byte after it.
-        if (!bytes_.empty() && bytes_.back() == 0xFF) bytes_.push_back(0);
-        return bytes_;
-    }
-
-private:
-    void flushByte() {
-        bytes_.push_back(static_cast<uint8_t>(current_));
-        capacity_ = current_ == 0xFF ? 7 : 8;
-        current_ = 0;
-        count_ = 0;
-    }
-    std::vector<uint8_t> bytes_;
-    uint32_t current_ = 0;
-    int count_ = 0, capacity_ = 8;
-};
-
-class HeaderBitReader {
-public:
-    HeaderBitReader(const uint8_t* data, size_t size) : data_(data), size_(size) {}
-    int bit() {
-        if (left_ == 0) {
-            const bool afterFF = current_ == 0xFF;
-            current_ = pos_ < size_ ? data_[pos_] : 0;
-            ++pos_;
-            left_ = afterFF ? 7 : 8;
-        }
-        return (current_ >> --left_) & 1;
-    }
-    uint32_t bits(int n) {
-        uint32_t v = 0;
-        for (int i = 0; i < n; ++i) v = (v << 1) | static_cast<uint32_t>(bit());
-        return v;
-    }
-    // Bytes taken by the header, with the stuffed byte after a final 0xFF.
-    size_t bytesUsed() const { return pos_ + (current_ == 0xFF ? 1 : 0); }
-
-private:
-    const uint8_t* data_;
-    size_t size_;
-    size_t pos_ = 0;
-    uint32_t current_ = 0;
-    int left_ = 0;
-};
-
-inline int floorLog2(uint32_t v) {
-    int n = -1;
-    for (; v; v >>= 1) ++n;
-    return n;
-}
-
-inline void putPassCount(HeaderBitWriter& w, int passes) {
-    if (passes == 1) {
-        w.bit(0);
-    } else if (passes == 2) {
-        w.bits(0b10, 2);
-    } else if (passes <= 5) {
-        w.bits(0b11, 2);
-        w.bits(static_cast<uint32_t>(passes - 3), 2);
-    } else if (passes <= 36) {
-        w.bits(0b1111, 4);
-        w.bits(static_cast<uint32_t>(passes - 6), 5);
-    } else {
-        w.bits(0b111111111, 9);
-        w.bits(static_cast<uint32_t>(passes - 37), 7);
-    }
-}
-
-inline int getPassCount(HeaderBitReader& r) {
-    if (!r.bit()) return 1;
-    if (!r.bit()) return 2;
-    const uint32_t two = r.bits(2);
-    if (two < 3) return 3 + static_cast<int>(two);
-    const uint32_t five = r.bits(5);
-    if (five < 31) return 6 + static_cast<int>(five);
-    return 37 + static_cast<int>(r.bits(7));
-}
-
-// Passes per terminated segment for the COD style byte.
-inline std::vector<int> segmentPassCounts(int passes, uint8_t style) {
-    std::vector<int> counts;
-    for (int first = 0; first < passes;) {
-        int n;
-        if (style & 0x04)
-            n = 1;
-        else if (!(style & 0x01))
-            n = passes;
-        else if (first < 10)
-            n = 10;
-        else
-            n = (first - 10) % 3 == 0 ? 2 : 1;
-        n = std::min(n, passes - first);
-        counts.push_back(n);
-        first += n;
-    }
-    return counts;
-}
+inline int32_t libraryFlags(uint8_t style) { return container::j2kFlagsFromStyle(style); }
 
 constexpr int kGuardBits = 2;
 constexpr int kPrecision = 16;  // signed samples of 16 bits
-// Magnitude bits of the only band: guard bits + exponent - 1.
-constexpr int kMagnitudeBits = kGuardBits + kPrecision - 1;
 
-inline void put16(std::vector<uint8_t>& v, uint32_t x) {
-    v.push_back(static_cast<uint8_t>(x >> 8));
-    v.push_back(static_cast<uint8_t>(x));
-}
-inline void put32(std::vector<uint8_t>& v, uint32_t x) {
-    put16(v, x >> 16);
-    put16(v, x & 0xFFFF);
+// The header of such a codestream: one tile, one component, no
+// decomposition, 64x64 code blocks, the style byte, the reversible filter,
+// no quantization (the band's exponent = precision).
+inline container::J2kHeader oneBlockHeader(int width, int height, uint8_t style) {
+    container::J2kHeader h;
+    h.width = static_cast<uint32_t>(width);
+    h.height = static_cast<uint32_t>(height);
+    h.components = 1;
+    h.precision = kPrecision;
+    h.isSigned = true;
+    h.levels = 0;
+    h.codeBlockStyle = style;
+    h.reversible = true;
+    h.guardBits = kGuardBits;
+    h.steps.assign(1, container::J2kQuantStep{kPrecision, 0});
+    return h;
 }
 
 // A codestream around one code block of width x height coded with `passes`
@@ -172,56 +51,19 @@ inline void put32(std::vector<uint8_t>& v, uint32_t x) {
 inline std::vector<uint8_t> wrapCodeBlock(int width, int height, uint8_t style, int sfBits,
                                           int passes, const std::vector<uint8_t>& data,
                                           const std::vector<int32_t>& segmentLengths) {
-    std::vector<uint8_t> cs = {0xFF, 0x4F, 0xFF, 0x51};
-    put16(cs, 41);
-    put16(cs, 0);  // Rsiz
-    put32(cs, static_cast<uint32_t>(width));
-    put32(cs, static_cast<uint32_t>(height));
-    put32(cs, 0);
-    put32(cs, 0);
-    put32(cs, static_cast<uint32_t>(width));  // one tile
-    put32(cs, static_cast<uint32_t>(height));
-    put32(cs, 0);
-    put32(cs, 0);
-    put16(cs, 1);
-    cs.push_back(0x80 | (kPrecision - 1));  // signed
-    cs.push_back(1);
-    cs.push_back(1);
-    // COD: no precincts, LRCP, one layer, no MCT, no decomposition, 64x64
-    // code blocks, the style byte, the reversible 5/3 filter.
-    cs.insert(cs.end(), {0xFF, 0x52, 0, 12, 0, 0, 0, 1, 0, 0, 4, 4, style, 1});
-    // QCD: no quantization, the band's exponent = precision.
-    cs.insert(cs.end(), {0xFF, 0x5C, 0, 4, kGuardBits << 5, kPrecision << 3});
-
-    HeaderBitWriter h;
-    if (passes == 0) {
-        h.bit(0);  // empty packet
-    } else {
-        h.bit(1);  // non-empty
-        h.bit(1);  // the code block is included in layer 0
-        for (int i = 0; i < kMagnitudeBits - sfBits; ++i) h.bit(0);  // zero bit planes
-        h.bit(1);
-        putPassCount(h, passes);
-        const std::vector<int> counts = segmentPassCounts(passes, style);
-        int lblock = 3;
-        for (size_t s = 0; s < counts.size(); ++s)
-            while (floorLog2(static_cast<uint32_t>(segmentLengths[s])) + 1 >
-                   lblock + floorLog2(static_cast<uint32_t>(counts[s])))
-                ++lblock, h.bit(1);
-        h.bit(0);
-        for (size_t s = 0; s < counts.size(); ++s)
-            h.bits(static_cast<uint32_t>(segmentLengths[s]),
-                   lblock + floorLog2(static_cast<uint32_t>(counts[s])));
-    }
-    std::vector<uint8_t> packet = h.finish();
+    const container::J2kHeader h = oneBlockHeader(width, height, style);
+    std::vector<container::J2kPacketBand> bands(1);
+    bands[0].blocksWide = bands[0].blocksHigh = 1;
+    bands[0].magnitudeBits = container::j2kMagnitudeBits(h, 0);
+    container::J2kCodeBlockContribution block;
+    block.included = passes > 0;
+    block.zeroBitPlanes = bands[0].magnitudeBits - sfBits;
+    block.passes = passes;
+    block.segmentLengths = segmentLengths;
+    bands[0].blocks.push_back(block);
+    std::vector<uint8_t> packet = container::writeJ2kPacketHeader(bands, style);
     packet.insert(packet.end(), data.begin(), data.end());
-
-    cs.insert(cs.end(), {0xFF, 0x90, 0, 10, 0, 0});
-    put32(cs, static_cast<uint32_t>(12 + 2 + packet.size()));  // SOT + SOD + packet
-    cs.insert(cs.end(), {0, 1, 0xFF, 0x93});
-    cs.insert(cs.end(), packet.begin(), packet.end());
-    cs.insert(cs.end(), {0xFF, 0xD9});
-    return cs;
+    return container::writeJ2kCodestream(h, packet.data(), packet.size());
 }
 
 // The stream functions of the linked library, for MemoryStream::open.
@@ -246,8 +88,9 @@ inline opj_stream_t* openStream(MemoryStream* m, bool input) {
 
 inline void quiet(const char*, void*) {}
 
-// Decodes a codestream; false if libopenjp2 rejects it.
-inline bool openjpegDecode(const std::vector<uint8_t>& codestream, std::vector<int32_t>& samples) {
+// Decodes a codestream into a libopenjp2 image (to be destroyed by the
+// caller); null if libopenjp2 rejects it.
+inline opj_image_t* openjpegDecodeImage(const std::vector<uint8_t>& codestream) {
     MemoryStream m{codestream, 0};
     opj_stream_t* stream = openStream(&m, true);
     opj_codec_t* codec = opj_create_decompress(OPJ_CODEC_J2K);
@@ -256,16 +99,25 @@ inline bool openjpegDecode(const std::vector<uint8_t>& codestream, std::vector<i
     opj_dparameters_t params;
     opj_set_default_decoder_parameters(&params);
     opj_image_t* image = nullptr;
-    bool ok = opj_setup_decoder(codec, &params) && opj_read_header(stream, codec, &image) &&
-              opj_decode(codec, stream, image) && opj_end_decompress(codec, stream);
-    if (ok) {
-        const opj_image_comp_t& c = image->comps[0];
-        samples.assign(c.data, c.data + static_cast<size_t>(c.w) * c.h);
-    }
-    opj_image_destroy(image);
+    const bool ok = opj_setup_decoder(codec, &params) && opj_read_header(stream, codec, &image) &&
+                    opj_decode(codec, stream, image) && opj_end_decompress(codec, stream);
     opj_destroy_codec(codec);
     opj_stream_destroy(stream);
-    return ok;
+    if (!ok) {
+        opj_image_destroy(image);
+        return nullptr;
+    }
+    return image;
+}
+
+// Decodes a codestream; false if libopenjp2 rejects it.
+inline bool openjpegDecode(const std::vector<uint8_t>& codestream, std::vector<int32_t>& samples) {
+    opj_image_t* image = openjpegDecodeImage(codestream);
+    if (!image) return false;
+    const opj_image_comp_t& c = image->comps[0];
+    samples.assign(c.data, c.data + static_cast<size_t>(c.w) * c.h);
+    opj_image_destroy(image);
+    return true;
 }
 
 // Encodes signed 16-bit samples losslessly as one code block, one layer, no
@@ -318,34 +170,26 @@ struct ParsedCodeBlock {
 
 inline ParsedCodeBlock parseCodeBlock(const std::vector<uint8_t>& cs) {
     ParsedCodeBlock p;
-    int magnitudeBits = -1;
-    size_t i = 2;
-    while (i + 4 <= cs.size()) {
-        const int marker = cs[i] << 8 | cs[i + 1];
-        const size_t length = static_cast<size_t>(cs[i + 2] << 8 | cs[i + 3]);
-        if (marker == 0xFF52) p.style = cs[i + 12];
-        if (marker == 0xFF5C) magnitudeBits = (cs[i + 4] >> 5) + (cs[i + 5] >> 3) - 1;
-        if (marker == 0xFF93) break;
-        i += 2 + length;
-    }
-    if (i + 2 > cs.size() || magnitudeBits < 0) return p;
-    const uint8_t* packet = cs.data() + i + 2;
-    const size_t available = cs.size() - i - 2;
-    HeaderBitReader r(packet, available);
-    if (!r.bit() || !r.bit()) return p;  // empty packet or block not included
-    int zeroPlanes = 0;
-    while (!r.bit()) ++zeroPlanes;
-    p.sfBits = magnitudeBits - zeroPlanes;
-    p.passes = getPassCount(r);
-    int lblock = 3;
-    while (r.bit()) ++lblock;
+    container::J2kHeader h;
+    const uint8_t* packet = nullptr;
+    size_t available = 0;
+    if (!container::parseJ2kCodestream(cs.data(), cs.size(), h, &packet, &available, nullptr) ||
+        h.levels != 0 || h.width > 64 || h.height > 64)
+        return p;
+    p.style = h.codeBlockStyle;
+    std::vector<container::J2kPacketBand> bands(1);
+    bands[0].blocksWide = bands[0].blocksHigh = 1;
+    bands[0].magnitudeBits = container::j2kMagnitudeBits(h, 0);
+    size_t body = 0;
+    if (!container::readJ2kPacketHeader(packet, available, bands, p.style, &body, nullptr))
+        return p;
+    const container::J2kCodeBlockContribution& block = bands[0].blocks[0];
+    if (!block.included) return p;  // empty packet or block not included
+    p.sfBits = bands[0].magnitudeBits - block.zeroBitPlanes;
+    p.passes = block.passes;
+    p.segmentLengths = block.segmentLengths;
     size_t total = 0;
-    for (int n : segmentPassCounts(p.passes, p.style)) {
-        p.segmentLengths.push_back(
-            static_cast<int32_t>(r.bits(lblock + floorLog2(static_cast<uint32_t>(n)))));
-        total += static_cast<size_t>(p.segmentLengths.back());
-    }
-    const size_t body = r.bytesUsed();
+    for (int32_t length : p.segmentLengths) total += static_cast<size_t>(length);
     if (body + total > available) return p;
     p.data.assign(packet + body, packet + body + total);
     p.ok = true;

@@ -1,0 +1,282 @@
+// The JPEG 2000 decoder: packet headers, code blocks through the library's
+// one-shot decoder, dequantization, inverse wavelet levels and the inverse
+// component transform.
+#include <algorithm>
+#include <cmath>
+
+#include "zeqcodec/j2k_codec.h"
+#include "zeqcodec/j2k_layout.h"
+#include "zeqj.h"
+
+namespace zeqcodec {
+namespace {
+
+using j2k::Band;
+using j2k::CodeBlockSize;
+using j2k::fail;
+using zeq::container::J2kCodeBlockContribution;
+using zeq::container::J2kHeader;
+using zeq::container::J2kPacketBand;
+
+// Where one code block's segments lie in the codestream.
+struct BlockData {
+    const uint8_t* bytes = nullptr;
+    int32_t planes = 0, passes = 0;
+    size_t firstSegment = 0, segments = 0;
+};
+
+// The largest magnitude handed to an inverse 5/3 level, far above what 8-bit
+// samples produce: one level grows values at most ninefold, so clamping the
+// low band before each level keeps every lifting sum inside 32 bits whatever
+// a corrupt stream holds.
+constexpr int32_t ReversibleLimit = 1 << 20;
+// Reconstructed 9/7 coefficients (with their fraction bits) stay below this.
+constexpr double IrreversibleLimit = 1 << 28;
+// Decoder flag: leave the decoded bits below the last plane as they are.
+constexpr int32_t KeepDecodedBits = 0x40000;
+// Samples are clamped to this before the final shift (the colour transforms
+// wrap like 32-bit integers, so garbage stays garbage, never undefined).
+constexpr int32_t SampleLimit = 1 << 24;
+
+class Decoder {
+public:
+    bool run(const uint8_t* data, size_t size, zeq::container::Image& image, std::string* error);
+
+private:
+    bool readPackets(const uint8_t* packets, size_t size, std::string* error);
+    bool decodeBlocks(std::string* error);
+    bool inverse(zeq::container::Image& image, std::string* error);
+
+    J2kHeader h_;
+    int32_t width_ = 0, height_ = 0, components_ = 0, levels_ = 0;
+    std::vector<Band> bands_;
+    std::vector<BlockData> blocks_;  // per component, per block in band order
+    std::vector<int32_t> segmentLengths_;
+    std::vector<std::vector<int32_t>> planes_;
+};
+
+bool Decoder::readPackets(const uint8_t* packets, size_t size, std::string* error) {
+    const size_t blocksPerComponent = static_cast<size_t>(
+        bands_.back().firstBlock + bands_.back().blocksWide * bands_.back().blocksHigh);
+    blocks_.assign(blocksPerComponent * static_cast<size_t>(components_), BlockData{});
+    std::vector<J2kPacketBand> packetBands;
+    size_t pos = 0;
+    for (int32_t r = 0; r <= levels_; ++r) {
+        const size_t firstBand = r == 0 ? 0 : static_cast<size_t>(3 * r - 2);
+        const size_t lastBand = r == 0 ? 0 : static_cast<size_t>(3 * r);
+        for (int32_t c = 0; c < components_; ++c) {
+            packetBands.clear();
+            for (size_t b = firstBand; b <= lastBand; ++b) {
+                J2kPacketBand pb;
+                pb.blocksWide = bands_[b].blocksWide;
+                pb.blocksHigh = bands_[b].blocksHigh;
+                pb.magnitudeBits = zeq::container::j2kMagnitudeBits(h_, static_cast<int32_t>(b));
+                packetBands.push_back(pb);
+            }
+            size_t used = 0;
+            if (pos >= size) return fail(error, "codestream ends before its last packet");
+            if (!zeq::container::readJ2kPacketHeader(packets + pos, size - pos, packetBands,
+                                                     h_.codeBlockStyle, &used, error))
+                return false;
+            pos += used;
+            BlockData* blocks = blocks_.data() + static_cast<size_t>(c) * blocksPerComponent;
+            for (size_t b = firstBand, k = 0; b <= lastBand; ++b, ++k) {
+                const Band& band = bands_[b];
+                for (size_t i = 0; i < packetBands[k].blocks.size(); ++i) {
+                    const J2kCodeBlockContribution& cb = packetBands[k].blocks[i];
+                    if (!cb.included) continue;
+                    BlockData& d = blocks[static_cast<size_t>(band.firstBlock) + i];
+                    size_t bytes = 0;
+                    for (int32_t l : cb.segmentLengths) bytes += static_cast<size_t>(l);
+                    if (bytes > size - pos)
+                        return fail(error, "code-block data runs past the end of the tile");
+                    d.bytes = packets + pos;
+                    d.planes = packetBands[k].magnitudeBits - cb.zeroBitPlanes;
+                    d.passes = cb.passes;
+                    d.firstSegment = segmentLengths_.size();
+                    d.segments = cb.segmentLengths.size();
+                    segmentLengths_.insert(segmentLengths_.end(), cb.segmentLengths.begin(),
+                                           cb.segmentLengths.end());
+                    pos += bytes;
+                }
+            }
+        }
+    }
+    return true;
+}
+
+bool Decoder::decodeBlocks(std::string* error) {
+    const ZeqiSize blockSize{CodeBlockSize, CodeBlockSize};
+    int32_t stateSize = 0;
+    if (zeqiDecodeGetBufSize_JPEG2K(blockSize, &stateSize) != StatusOk)
+        return fail(error, "decoder state size refused");
+    std::vector<uint8_t> stateBuffer(static_cast<size_t>(stateSize) + 64);
+    auto* state = reinterpret_cast<ProgressiveDecodeState*>(stateBuffer.data());
+    std::vector<int32_t> block(static_cast<size_t>(CodeBlockSize) * CodeBlockSize);
+    const int32_t flags = zeq::container::j2kFlagsFromStyle(h_.codeBlockStyle);
+    const size_t rowLength = static_cast<size_t>(width_);
+    const size_t blocksPerComponent = blocks_.size() / static_cast<size_t>(components_);
+    const size_t pixels = rowLength * static_cast<size_t>(height_);
+    planes_.assign(static_cast<size_t>(components_), std::vector<int32_t>(pixels, 0));
+    for (int32_t c = 0; c < components_; ++c) {
+        int32_t* plane = planes_[static_cast<size_t>(c)].data();
+        const BlockData* blocks = blocks_.data() + static_cast<size_t>(c) * blocksPerComponent;
+        for (size_t b = 0; b < bands_.size(); ++b) {
+            const Band& band = bands_[b];
+            double step = 1;
+            if (!h_.reversible)
+                step = j2k::stepValue(h_.steps[b], j2k::rangeBits(band.orientation)) *
+                       (1 << j2k::FractionBits);
+            for (int32_t by = 0; by < band.blocksHigh; ++by) {
+                for (int32_t bx = 0; bx < band.blocksWide; ++bx) {
+                    const BlockData& d =
+                        blocks[static_cast<size_t>(band.firstBlock + by * band.blocksWide + bx)];
+                    if (d.passes == 0) continue;  // the plane is already zero there
+                    const int32_t x0 = bx * CodeBlockSize, y0 = by * CodeBlockSize;
+                    const int32_t w = std::min(CodeBlockSize, band.width - x0);
+                    const int32_t hgt = std::min(CodeBlockSize, band.height - y0);
+                    // The 9/7 path decodes one plane up, keeping every
+                    // coefficient's mid-point bit below its last decoded plane,
+                    // so a block coded down to plane 0 reconstructs half a step
+                    // up as well.
+                    const bool midpoints = !h_.reversible && d.planes < 31;
+                    const ZeqStatus s = zeqiDecodeCodeBlock_JPEG2K_1u32s_C1R(
+                        d.bytes, block.data(), CodeBlockSize * 4, ZeqiSize{w, hgt},
+                        j2k::tier1Subband(band.orientation), d.planes + (midpoints ? 1 : 0),
+                        d.passes, segmentLengths_.data() + d.firstSegment,
+                        static_cast<int32_t>(d.segments), flags | (midpoints ? KeepDecodedBits : 0),
+                        nullptr, state);
+                    if (s == StatusCodeBlockCorrupt)
+                        return fail(error, "corrupt code-block data (segmentation symbol)");
+                    if (s != StatusOk) return fail(error, "code-block decoder refused a block");
+                    const double unit = midpoints ? 0.5 * step : step;
+                    for (int32_t y = 0; y < hgt; ++y) {
+                        const int32_t* src = block.data() + static_cast<size_t>(y) * CodeBlockSize;
+                        int32_t* dst = plane + static_cast<size_t>(band.y + y0 + y) * rowLength +
+                                       static_cast<size_t>(band.x + x0);
+                        if (h_.reversible) {
+                            for (int32_t x = 0; x < w; ++x) {
+                                const int32_t m = std::min(src[x] & 0x7FFFFFFF, ReversibleLimit);
+                                dst[x] = src[x] < 0 ? -m : m;
+                            }
+                        } else {
+                            const float scale = static_cast<float>(unit);
+                            const float top = static_cast<float>(IrreversibleLimit);
+                            for (int32_t x = 0; x < w; ++x) {
+                                const float m = static_cast<float>(src[x] & 0x7FFFFFFF);
+                                const int32_t r =
+                                    static_cast<int32_t>(std::min(m * scale, top) + 0.5f);
+                                dst[x] = src[x] < 0 ? -r : r;
+                            }
+                        }
+                    }
+                }
+            }
+        }
+    }
+    return true;
+}
+
+bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
+    const int32_t step = width_ * 4;
+    const ZeqiRect full{0, 0, width_, height_};
+    int32_t bufferSize = 0;
+    if (h_.reversible)
+        zeqiWTGetBufSize_B53_JPEG2K_32s_C1IR(&full, &bufferSize);
+    else
+        zeqiWTGetBufSize_D97_JPEG2K_32s_C1IR(&full, &bufferSize);
+    std::vector<uint8_t> buffer(static_cast<size_t>(bufferSize) + 64);
+    const size_t pixels = static_cast<size_t>(width_) * static_cast<size_t>(height_);
+    const size_t pixelsPerRow = static_cast<size_t>(width_);
+    for (auto& plane : planes_) {
+        for (int32_t level = levels_; level >= 1; --level) {
+            const ZeqiRect rect{0, 0, j2k::lowSize(width_, level - 1),
+                                j2k::lowSize(height_, level - 1)};
+            const ZeqStatus s =
+                h_.reversible
+                    ? zeqiWTInv_B53_JPEG2K_32s_C1IR(plane.data(), step, &rect, buffer.data())
+                    : zeqiWTInv_D97_JPEG2K_32s_C1IR(plane.data(), step, &rect, buffer.data());
+            if (s != StatusOk) return fail(error, "inverse wavelet level failed");
+            if (h_.reversible && level > 1) {
+                for (int32_t y = 0; y < rect.height; ++y) {
+                    int32_t* row = plane.data() + static_cast<size_t>(y) * pixelsPerRow;
+                    for (int32_t x = 0; x < rect.width; ++x)
+                        row[x] = std::clamp(row[x], -ReversibleLimit, ReversibleLimit);
+                }
+            }
+        }
+    }
+    if (components_ == 3 && h_.multiComponentTransform) {
+        int32_t* const p[3] = {planes_[0].data(), planes_[1].data(), planes_[2].data()};
+        const ZeqiSize size{width_, height_};
+        const ZeqStatus s = h_.reversible ? zeqiRCTInv_JPEG2K_32s_P3IR(p, step, size)
+                                          : zeqiICTInv_JPEG2K_32s_P3IR(p, step, size);
+        if (s != StatusOk) return fail(error, "inverse component transform failed");
+    }
+    image.width = width_;
+    image.height = height_;
+    image.channels = components_;
+    image.pixels.resize(pixels * static_cast<size_t>(components_));
+    const int32_t shift = h_.reversible ? 0 : j2k::FractionBits;
+    const int32_t round = shift ? 1 << (shift - 1) : 0;
+    // Planes convert in chunks into byte rows (a loop the compiler
+    // vectorizes), then interleave.
+    constexpr size_t Chunk = 4096;
+    uint8_t bytes[3][Chunk];
+    uint8_t* dst = image.pixels.data();
+    for (size_t first = 0; first < pixels; first += Chunk) {
+        const size_t n = std::min(Chunk, pixels - first);
+        for (int32_t c = 0; c < components_; ++c) {
+            const int32_t* src = planes_[static_cast<size_t>(c)].data() + first;
+            uint8_t* out = bytes[c];
+            for (size_t i = 0; i < n; ++i) {
+                // Clamped first, so the rounding and level shift cannot overflow.
+                const int32_t v =
+                    ((std::clamp(src[i], -SampleLimit, SampleLimit) + round) >> shift) + 128;
+                out[i] = static_cast<uint8_t>(std::clamp(v, 0, 255));
+            }
+        }
+        if (components_ == 1) {
+            std::copy(bytes[0], bytes[0] + n, dst + first);
+        } else {
+            uint8_t* o = dst + 3 * first;
+            for (size_t i = 0; i < n; ++i) {
+                o[3 * i] = bytes[0][i];
+                o[3 * i + 1] = bytes[1][i];
+                o[3 * i + 2] = bytes[2][i];
+            }
+        }
+    }
+    return true;
+}
+
+bool Decoder::run(const uint8_t* data, size_t size, zeq::container::Image& image,
+                  std::string* error) {
+    const uint8_t* packets = nullptr;
+    size_t packetsSize = 0;
+    if (!zeq::container::parseJ2kCodestream(data, size, h_, &packets, &packetsSize, error))
+        return false;
+    if (h_.precision != j2k::SampleBits || h_.isSigned)
+        return fail(error, "only 8-bit unsigned samples are supported");
+    if (h_.components != 1 && h_.components != 3)
+        return fail(error, "only grey or three-component images are supported");
+    width_ = static_cast<int32_t>(h_.width);
+    height_ = static_cast<int32_t>(h_.height);
+    components_ = h_.components;
+    levels_ = h_.levels;
+    bands_ = j2k::planeBands(width_, height_, levels_);
+    if (!readPackets(packets, packetsSize, error) || !decodeBlocks(error)) return false;
+    zeq::container::Image decoded;
+    if (!inverse(decoded, error)) return false;
+    image = std::move(decoded);
+    return true;
+}
+
+}  // namespace
+
+bool decodeJ2k(const uint8_t* data, size_t size, zeq::container::Image& image, std::string* error) {
+    Decoder decoder;
+    return decoder.run(data, size, image, error);
+}
+
+}  // namespace zeqcodec

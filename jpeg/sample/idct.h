@@ -47,10 +47,14 @@ void inverseDctQuantDcSamples(const int16_t* src, uint8_t* dst, int32_t dstStep,
 
 // Scaled-down outputs: each sample the mean of a 4x4 (To2x2) or 2x2 (To4x4)
 // group of the full inverse, computed from the coefficients directly.
-void inverseDctQuantTo2x2Samples(const int16_t* src, uint8_t* dst, int32_t dstStep,
-                                 const uint16_t* invTable);
-void inverseDctQuantTo4x4Samples(const int16_t* src, uint8_t* dst, int32_t dstStep,
-                                 const uint16_t* invTable);
+void inverseDctQuantTo2x2SamplesScalar(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                       const uint16_t* invTable);
+void inverseDctQuantTo2x2SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                     const uint16_t* invTable);
+void inverseDctQuantTo4x4SamplesScalar(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                       const uint16_t* invTable);
+void inverseDctQuantTo4x4SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                     const uint16_t* invTable);
 
 // 12-bit: float dequantization and transform, plus 2048, rounded half to
 // even and kept within 0..4095, into 16-bit elements (byte row step).

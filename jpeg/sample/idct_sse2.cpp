@@ -14,6 +14,8 @@
 // The high words of the column results are gathered straight into the word
 // pairs the row pass multiplies, (z0, z4), (z2, z6), (z1, z5), (z3, z7), so
 // the transpose between the passes moves 32-bit lanes only.
+#include <cstring>
+
 #include "core/rows.h"
 #include "jpeg/sample/dct_constants.h"
 #include "jpeg/sample/dct_sse2.h"
@@ -206,7 +208,136 @@ void inverseDctSamples(const int16_t* src, uint8_t* dst, int32_t dstStep,
     storeSamples(half, dst, dstStep);
 }
 
+// ---- Scaled-down outputs ----
+//
+// Both passes form their 32-bit sums straight from pmaddwd pairs, exact
+// modulo 2^32 like the scalar formulas: a weight outside the signed 16-bit
+// range (59384, 41991, -35598, and the 2^15 or 2^16 of the DC term) is taken
+// as its low 16 bits plus 65536 times the input, which is the input's low
+// word moved into the high word of the lane. The first pass keeps the low 16
+// bits of its results; the second pass ends in at most 11 significant bits.
+
+inline V128 dequantizedRow(const int16_t* src, const uint16_t* invTable, int row) {
+    return dequantizeSignedLanes(loadu(src + 8 * row), loadu(invTable + 8 * row));
+}
+
+// The four 32-bit lanes as samples: plus 128, saturated, low byte of each
+// lane packed into the low four bytes.
+inline V128 samplesOfLanes(V128 a, V128 b) {
+    const V128 words = _mm_packs_epi32(a, b);
+    return _mm_xor_si128(_mm_packs_epi16(words, words), splat8(-128));
+}
+
+inline void storeBytes(uint8_t* dst, uint32_t bytes, size_t count) {
+    std::memcpy(dst, &bytes, count);
+}
+
+// Word pairs (word 0 = a, word 1 = b per 32-bit lane) times 65536 * a and
+// 65536 * b, modulo 2^32.
+inline V128 lowWordUp(V128 pairs) { return _mm_slli_epi32(pairs, 16); }
+inline V128 highWordOnly(V128 pairs) {
+    return _mm_and_si128(pairs, _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u)));
+}
+
 }  // namespace
+
+void inverseDctQuantTo2x2SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                     const uint16_t* invTable) {
+    // Pass one on all eight columns at once (pass two reads 0, 1, 3, 5, 7):
+    // o from rows 1, 3, 5, 7, d = row 0 at 2^16.
+    const V128 y0 = dequantizedRow(src, invTable, 0);
+    const Pair p13(dequantizedRow(src, invTable, 1), dequantizedRow(src, invTable, 3));
+    const Pair p57(dequantizedRow(src, invTable, 5), dequantizedRow(src, invTable, 7));
+    const Wide o = dot<kHalfMean[0], kHalfMean[1], kHalfMean[2], kHalfMean[3]>(p13, p57);
+    const Wide d = timesWordSize(y0) + (1 << 12);
+    const V128 top = narrowShifted<13>(d + o), bottom = narrowShifted<13>(d - o);
+
+    // Pass two, both rows together. Per row, pmaddwd with the low words of
+    // the weights on odd elements leaves four lanes to sum; 59384 = -6152 +
+    // 65536 adds 65536 * element 1, and d is 65536 * element 0: the high and
+    // the low word of lane 0 moved into place.
+    const V128 weights = _mm_setr_epi16(0, low16Of(kHalfMean[0]), 0, low16Of(kHalfMean[1]), 0,
+                                        low16Of(kHalfMean[2]), 0, low16Of(kHalfMean[3]));
+    static_assert(wrapsOf(kHalfMean[0]) == 1 && wrapsOf(kHalfMean[1]) == 0 &&
+                  wrapsOf(kHalfMean[2]) == 0 && wrapsOf(kHalfMean[3]) == 0);
+    const V128 t = _mm_madd_epi16(top, weights), b = _mm_madd_epi16(bottom, weights);
+    // Lanes 0 and 1: the top row's and the bottom row's sums.
+    const V128 halves = _mm_add_epi32(_mm_unpacklo_epi32(t, b), _mm_unpackhi_epi32(t, b));
+    const V128 first = _mm_unpacklo_epi32(top, bottom);
+    const V128 oddSum = _mm_add_epi32(_mm_add_epi32(halves, _mm_unpackhi_epi64(halves, halves)),
+                                      highWordOnly(first));
+    const V128 dc = _mm_add_epi32(lowWordUp(first), _mm_set1_epi32(1 << 21));
+    const V128 left = _mm_srai_epi32(_mm_add_epi32(dc, oddSum), 22);
+    const V128 right = _mm_srai_epi32(_mm_sub_epi32(dc, oddSum), 22);
+    // Bytes: top left, top right, bottom left, bottom right.
+    const auto samples = static_cast<uint32_t>(_mm_cvtsi128_si32(
+        samplesOfLanes(_mm_unpacklo_epi32(left, right), _mm_unpacklo_epi32(left, right))));
+    storeBytes(rowAt(dst, dstStep, 0), samples, 2);
+    storeBytes(rowAt(dst, dstStep, 1), samples >> 16, 2);
+}
+
+void inverseDctQuantTo4x4SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                     const uint16_t* invTable) {
+    // Pass one on all eight columns at once (pass two does not read column 4;
+    // row 4 is not read at all).
+    const V128 y0 = dequantizedRow(src, invTable, 0);
+    const Pair p13(dequantizedRow(src, invTable, 1), dequantizedRow(src, invTable, 3));
+    const Pair p57(dequantizedRow(src, invTable, 5), dequantizedRow(src, invTable, 7));
+    const Pair p26(dequantizedRow(src, invTable, 2), dequantizedRow(src, invTable, 6));
+    const Wide even = madd(p26, factors(kPairCos2, -kPairCos6));
+    const Wide dc = timesHalfWordSize(y0) + (1 << (kPassOneShift - 1));
+    const Wide bigE = dc + even, bigF = dc - even;
+    const Wide o1 = dot<kPairOdd1[0], kPairOdd1[1], kPairOdd1[2], kPairOdd1[3]>(p13, p57);
+    const Wide o2 = dot<kPairOdd2[0], kPairOdd2[1], kPairOdd2[2], kPairOdd2[3]>(p13, p57);
+    const V128 r0 = narrowShifted<kPassOneShift>(bigE + o1);
+    const V128 r1 = narrowShifted<kPassOneShift>(bigF + o2);
+    const V128 r2 = narrowShifted<kPassOneShift>(bigF - o2);
+    const V128 r3 = narrowShifted<kPassOneShift>(bigE - o1);
+
+    // Pass two on the four rows, one 32-bit lane each: the transpose hands
+    // every lane its word pairs (e0, e2), (e4, e6), (e1, e3), (e5, e7).
+    const V128 a0 = _mm_unpacklo_epi16(r0, r1), a1 = _mm_unpackhi_epi16(r0, r1);
+    const V128 a2 = _mm_unpacklo_epi16(r2, r3), a3 = _mm_unpackhi_epi16(r2, r3);
+    const V128 e01 = _mm_unpacklo_epi32(a0, a2), e23 = _mm_unpackhi_epi32(a0, a2);
+    const V128 e45 = _mm_unpacklo_epi32(a1, a3), e67 = _mm_unpackhi_epi32(a1, a3);
+    const V128 q02 = _mm_unpacklo_epi16(e01, e23), q13 = _mm_unpackhi_epi16(e01, e23);
+    const V128 q46 = _mm_unpacklo_epi16(e45, e67), q57 = _mm_unpackhi_epi16(e45, e67);
+    // E = 32768 e0 + 30274 e2 - 12540 e6 with 32768 = -32768 + 65536, and
+    // F = 32768 e0 - (30274 e2 - 12540 e6) = 65536 e0 - E.
+    const V128 dcTwice = lowWordUp(q02);
+    const V128 bigE2 =
+        _mm_add_epi32(_mm_add_epi32(_mm_madd_epi16(q02, factors(-32768, kPairCos2)),
+                                    _mm_madd_epi16(q46, factors(0, -kPairCos6))),
+                      _mm_add_epi32(dcTwice, _mm_set1_epi32(1 << (kPassTwoShift - 1))));
+    const V128 bigF2 =
+        _mm_sub_epi32(_mm_add_epi32(dcTwice, _mm_set1_epi32(1 << kPassTwoShift)), bigE2);
+    static_assert(wrapsOf(kPairOdd1[0]) == 1 && wrapsOf(kPairOdd1[1]) == 0 &&
+                  wrapsOf(kPairOdd1[2]) == 0 && wrapsOf(kPairOdd1[3]) == 0);
+    static_assert(wrapsOf(kPairOdd2[0]) == 0 && wrapsOf(kPairOdd2[1]) == -1 &&
+                  wrapsOf(kPairOdd2[2]) == 0 && wrapsOf(kPairOdd2[3]) == 0);
+    const V128 o1b = _mm_add_epi32(
+        _mm_add_epi32(_mm_madd_epi16(q13, factors(low16Of(kPairOdd1[0]), kPairOdd1[1])),
+                      _mm_madd_epi16(q57, factors(kPairOdd1[2], kPairOdd1[3]))),
+        lowWordUp(q13));
+    const V128 o2b = _mm_sub_epi32(
+        _mm_add_epi32(_mm_madd_epi16(q13, factors(kPairOdd2[0], low16Of(kPairOdd2[1]))),
+                      _mm_madd_epi16(q57, factors(kPairOdd2[2], kPairOdd2[3]))),
+        highWordOnly(q13));
+    // Outputs 0..3 of each row (lanes are rows), as samples in the column
+    // order 0, 1, 2, 3 of a 4x4 byte block stored by columns.
+    const V128 s0 = _mm_srai_epi32(_mm_add_epi32(bigE2, o1b), kPassTwoShift);
+    const V128 s1 = _mm_srai_epi32(_mm_add_epi32(bigF2, o2b), kPassTwoShift);
+    const V128 s2 = _mm_srai_epi32(_mm_sub_epi32(bigF2, o2b), kPassTwoShift);
+    const V128 s3 = _mm_srai_epi32(_mm_sub_epi32(bigE2, o1b), kPassTwoShift);
+    const V128 bytes = _mm_xor_si128(
+        _mm_packs_epi16(_mm_packs_epi32(s0, s2), _mm_packs_epi32(s1, s3)), splat8(-128));
+    // Columns 0, 2, 1, 3 in the four dwords: two interleaves make rows.
+    const V128 u = _mm_unpacklo_epi8(bytes, _mm_srli_si128(bytes, 8));
+    const V128 rows = _mm_unpacklo_epi16(u, _mm_srli_si128(u, 8));
+    for (int y = 0; y < 4; ++y)
+        storeBytes(rowAt(dst, dstStep, y),
+                   static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(rows, 4 * y))), 4);
+}
 
 void inverseDctQuantSse2(const int16_t* src, int16_t* dst, const uint16_t* invTable) {
     V128 r[8];

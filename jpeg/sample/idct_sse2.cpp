@@ -239,6 +239,47 @@ inline V128 highWordOnly(V128 pairs) {
     return _mm_and_si128(pairs, _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u)));
 }
 
+// ---- Pruned 2x2 ----
+//
+// With only y0 and y1 of a line nonzero, the graph (pruned odd factor) is
+// x_i = 32768 y0 + R_i(y1) for i < 4 and 32768 y0 - R_{7-i}(y1) for i >= 4,
+// with R0 = ((32138 y1 + 2048) >> 12) * 5793, R1 = 38531 y1, R2 = 25745 y1
+// and R3 = ((6393 y1 + 2048) >> 12) * 5793, all modulo 2^32. Lanes hold the
+// word pairs (y0, y1): 32768 y0 is the low word moved up and halved, and
+// 38531 = -27005 + 65536 takes the high word as it stands.
+constexpr int32_t kPrunedR0 = kInvSin1 + kPrunedCos1MinusSin1;
+constexpr int32_t kPrunedR1 = 2 * kInvSin1 + kPrunedCos1MinusSin1;
+constexpr int32_t kPrunedR2 = kPrunedCos1MinusSin1;
+constexpr int32_t kPrunedR3 = kInvSin1;
+static_assert(wrapsOf(kPrunedR0) == 0 && wrapsOf(kPrunedR1) == 1 && wrapsOf(kPrunedR2) == 0 &&
+              wrapsOf(kPrunedR3) == 0);
+
+// 32768 y0 + bias.
+inline V128 prunedEven(V128 pairs, int32_t bias) {
+    return _mm_add_epi32(_mm_srai_epi32(_mm_slli_epi32(pairs, 16), 1), _mm_set1_epi32(bias));
+}
+// ((y1 * k + 2048) >> 12) * 5793 from per-lane products y1 * k.
+inline V128 prunedRotated(V128 products) {
+    return timesRootTwo(_mm_srai_epi32(
+        _mm_add_epi32(products, _mm_set1_epi32(1 << (kPassOneShift - 1))), kPassOneShift));
+}
+
+// The row pass of four rows (lanes) into their 8 outputs, packed in pairs of
+// columns as storeSamples takes them.
+inline void prunedRowPass(V128 pairs, V128 (&half)[4]) {
+    const V128 s = prunedEven(pairs, 1 << (kPassTwoShift - 1));
+    const V128 r0 = prunedRotated(_mm_madd_epi16(pairs, factors(0, kPrunedR0)));
+    const V128 r3 = prunedRotated(_mm_madd_epi16(pairs, factors(0, kPrunedR3)));
+    const V128 r1 =
+        _mm_add_epi32(_mm_madd_epi16(pairs, factors(0, low16Of(kPrunedR1))), highWordOnly(pairs));
+    const V128 r2 = _mm_madd_epi16(pairs, factors(0, kPrunedR2));
+    const auto out = [](V128 v) { return _mm_srai_epi32(v, kPassTwoShift); };
+    half[0] = _mm_packs_epi32(out(_mm_add_epi32(s, r0)), out(_mm_add_epi32(s, r1)));
+    half[1] = _mm_packs_epi32(out(_mm_add_epi32(s, r2)), out(_mm_add_epi32(s, r3)));
+    half[2] = _mm_packs_epi32(out(_mm_sub_epi32(s, r3)), out(_mm_sub_epi32(s, r2)));
+    half[3] = _mm_packs_epi32(out(_mm_sub_epi32(s, r1)), out(_mm_sub_epi32(s, r0)));
+}
+
 }  // namespace
 
 void inverseDctQuantTo2x2SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
@@ -360,7 +401,32 @@ void inverseDctQuantSamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstSte
 
 void inverseDctQuant2x2SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
                                    const uint16_t* invTable) {
-    inverseDctSamples<2, kPrunedCos1MinusSin1>(src, dst, dstStep, invTable);
+    // Column pass of columns 0 and 1 together: lanes (column 0, column 1,
+    // column 0, column 1) with the word pairs (y0, y1), the odd terms R0 and
+    // R3 in one register, R1 and R2 in the other, each as (column 0, column
+    // 1, column 0, column 1).
+    const V128 y0 = dequantizedRow(src, invTable, 0), y1 = dequantizedRow(src, invTable, 1);
+    const V128 columns = _mm_shuffle_epi32(_mm_unpacklo_epi16(y0, y1), _MM_SHUFFLE(1, 0, 1, 0));
+    const V128 s = prunedEven(columns, 1 << (kPassOneShift - 1));
+    const V128 r03 = prunedRotated(_mm_madd_epi16(
+        columns, _mm_setr_epi16(0, kPrunedR0, 0, kPrunedR0, 0, kPrunedR3, 0, kPrunedR3)));
+    const V128 r12 = _mm_add_epi32(
+        _mm_madd_epi16(columns, _mm_setr_epi16(0, low16Of(kPrunedR1), 0, low16Of(kPrunedR1), 0,
+                                               kPrunedR2, 0, kPrunedR2)),
+        _mm_and_si128(columns, _mm_setr_epi32(static_cast<int32_t>(0xFFFF0000u),
+                                              static_cast<int32_t>(0xFFFF0000u), 0, 0)));
+    // Low 16 bits of x >> 12, as the word pairs (column 0, column 1) of each
+    // row: rows 0, 3, 1, 2 from the sums, rows 7, 4, 6, 5 from the
+    // differences, put in order by one shuffle each.
+    const auto narrow = [](V128 v) { return _mm_srai_epi32(_mm_slli_epi32(v, 4), 16); };
+    const V128 upper =
+        _mm_packs_epi32(narrow(_mm_add_epi32(s, r03)), narrow(_mm_add_epi32(s, r12)));
+    const V128 lower =
+        _mm_packs_epi32(narrow(_mm_sub_epi32(s, r03)), narrow(_mm_sub_epi32(s, r12)));
+    V128 half[2][4];
+    prunedRowPass(_mm_shuffle_epi32(upper, _MM_SHUFFLE(1, 3, 2, 0)), half[0]);
+    prunedRowPass(_mm_shuffle_epi32(lower, _MM_SHUFFLE(0, 2, 3, 1)), half[1]);
+    storeSamples(half, dst, dstStep);
 }
 
 void inverseDctQuant4x4SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,

@@ -375,9 +375,11 @@ void inverseDctQuantTo4x4SamplesSse2(const int16_t* src, uint8_t* dst, int32_t d
     // Columns 0, 2, 1, 3 in the four dwords: two interleaves make rows.
     const V128 u = _mm_unpacklo_epi8(bytes, _mm_srli_si128(bytes, 8));
     const V128 rows = _mm_unpacklo_epi16(u, _mm_srli_si128(u, 8));
-    for (int y = 0; y < 4; ++y)
-        storeBytes(rowAt(dst, dstStep, y),
-                   static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_srli_si128(rows, 4 * y))), 4);
+    const auto rowBytes = [](V128 v) { return static_cast<uint32_t>(_mm_cvtsi128_si32(v)); };
+    storeBytes(rowAt(dst, dstStep, 0), rowBytes(rows), 4);
+    storeBytes(rowAt(dst, dstStep, 1), rowBytes(_mm_shuffle_epi32(rows, 1)), 4);
+    storeBytes(rowAt(dst, dstStep, 2), rowBytes(_mm_shuffle_epi32(rows, 2)), 4);
+    storeBytes(rowAt(dst, dstStep, 3), rowBytes(_mm_shuffle_epi32(rows, 3)), 4);
 }
 
 void inverseDctQuantSse2(const int16_t* src, int16_t* dst, const uint16_t* invTable) {

@@ -3,7 +3,8 @@
 // with the pruned odd factor and absent inputs dropped, the transforms of
 // the top-left 2x2 and 4x4 coefficients; the scaled-down 2x2 and 4x4 outputs
 // and the DC-only form have their own small kernels, and 12-bit samples a
-// single-precision engine. Vector kernels give the same bytes as their scalar
+// single-precision engine. The vector forms of the pruned transforms pair
+// only the inputs that can be nonzero. Vector kernels give the same bytes as their scalar
 // twins for every input. The caller's coefficients are never modified except
 // by the in-place block variant.
 #ifndef ZEQ_JPEG_SAMPLE_IDCT_H

@@ -43,55 +43,11 @@ inline V128 timesRootTwo(V128 v) {
                          _mm_mullo_epi16(h, factors(0, kInvSqrt2)));
 }
 
-// One pass of the flow graph on four lines, each 32-bit lane holding the
-// word pairs (y0, y4), (y2, y6), (y1, y5), (y3, y7) of its line:
-// x[i] = 2^kScale * (output i + kBias) modulo 2^32, before the final shift.
-// kCos1MinusSin1 is 25746 in the full transform and one less in the pruned
-// ones; without kUpperPairs the (y2, y6) and (y3, y7) pairs are zero.
-template <int32_t kBias, int kScale, int32_t kCos1MinusSin1, bool kUpperPairs>
-[[gnu::always_inline]] inline void inversePass(V128 p04, V128 p26, V128 p15, V128 p37,
-                                               V128 (&x)[8]) {
-    // t1 = c1 y1 + 6393 y7, t7 = 6393 y1 + c7 y7, t5 = c5 y5 + 27246 y3,
-    // t3 = 27246 y5 + c3 y3; the graph needs t1 + t5, t3 + t7, t1 - t5, t7 - t3.
-    constexpr int32_t c1 = kInvSin1 + kCos1MinusSin1;
-    constexpr int32_t c7 = kInvSin1 - kInvCos1PlusSin1;
-    constexpr int32_t c5 = kInvCos3 - kInvCos3MinusSin3;
-    constexpr int32_t c3 = kInvCos3 - kInvCos3PlusSin3;
-    const auto madd = [](V128 p, V128 k) { return _mm_madd_epi16(p, k); };
-    const auto maddUpper = [](V128 p, V128 k) {
-        if constexpr (kUpperPairs) return _mm_madd_epi16(p, k);
-        return zero();
-    };
+// The last butterflies of a pass: x = E -+ r, with r1 = g + k, r2 = g - k.
+[[gnu::always_inline]] inline void outputButterflies(V128 e0, V128 e1, V128 e2, V128 e3, V128 r0,
+                                                     V128 r3, V128 g, V128 k, V128 (&x)[8]) {
     const auto add = [](V128 a, V128 b) { return _mm_add_epi32(a, b); };
     const auto sub = [](V128 a, V128 b) { return _mm_sub_epi32(a, b); };
-    const V128 oddBias = _mm_set1_epi32(1 << (kPassOneShift - 1));
-    const V128 sum0 =
-        add(add(madd(p15, factors(c1, c5)), maddUpper(p37, factors(kInvCos3, kInvSin1))), oddBias);
-    const V128 sum3 =
-        add(add(madd(p15, factors(kInvSin1, kInvCos3)), maddUpper(p37, factors(c3, c7))), oddBias);
-    const V128 r0 = shiftLeft<kScale>(timesRootTwo(_mm_srai_epi32(sum0, kPassOneShift)));
-    const V128 r3 = shiftLeft<kScale>(timesRootTwo(_mm_srai_epi32(sum3, kPassOneShift)));
-    const V128 g = shiftLeft<kScale>(
-        add(madd(p15, factors(c1, -c5)), maddUpper(p37, factors(-kInvCos3, kInvSin1))));
-    const V128 k = shiftLeft<kScale>(
-        add(madd(p15, factors(kInvSin1, -kInvCos3)), maddUpper(p37, factors(-c3, c7))));
-
-    // s + e = 2 (a + b) and s - e = 2 (a - b) with a = 16384 (y0 + y4) and
-    // b = 21407 y2 + 8867 y6; h = 2 c with c = 16384 (y0 - y4);
-    // f = 17734 y2 - 42813 y6, with -42813 as 22723 - 65536 and the 65536 y6
-    // part taken from the high words of the (y2, y6) pairs.
-    const V128 evenBias = _mm_set1_epi32(kBias / 2);
-    const V128 a = add(madd(p04, factors(16384, 16384)), evenBias);
-    const V128 c = add(madd(p04, factors(16384, -16384)), evenBias);
-    const V128 b =
-        maddUpper(p26, factors(kEvenDifference / 2 + kEvenRotation / 2, kEvenRotation / 2));
-    const V128 f = shiftLeft<kScale>(
-        sub(maddUpper(p26, factors(kEvenRotation, kEvenRotation - kEvenSum + 65536)),
-            _mm_and_si128(p26, _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u)))));
-    const V128 e0 = shiftLeft<kScale + 1>(add(a, b)), e3 = shiftLeft<kScale + 1>(sub(a, b));
-    const V128 h = shiftLeft<kScale + 1>(c);
-    const V128 e1 = add(h, f), e2 = sub(h, f);
-
     x[0] = add(e0, r0);
     x[7] = sub(e0, r0);
     x[3] = add(e3, r3);
@@ -101,6 +57,53 @@ template <int32_t kBias, int kScale, int32_t kCos1MinusSin1, bool kUpperPairs>
     x[6] = sub(e1, r1);
     x[2] = add(e2, r2);
     x[5] = sub(e2, r2);
+}
+
+// ((sum + 2048) >> 12) * 5793 of the odd part, times 2^kScale.
+template <int kScale>
+V128 rotatedOdd(V128 sum) {
+    const V128 bias = _mm_set1_epi32(1 << (kPassOneShift - 1));
+    return shiftLeft<kScale>(timesRootTwo(_mm_srai_epi32(_mm_add_epi32(sum, bias), kPassOneShift)));
+}
+
+// One pass of the flow graph on four lines, each 32-bit lane holding the
+// word pairs (y0, y4), (y2, y6), (y1, y5), (y3, y7) of its line:
+// x[i] = 2^kScale * (output i + kBias) modulo 2^32, before the final shift.
+template <int32_t kBias, int kScale>
+[[gnu::always_inline]] inline void inversePass(V128 p04, V128 p26, V128 p15, V128 p37,
+                                               V128 (&x)[8]) {
+    // t1 = c1 y1 + 6393 y7, t7 = 6393 y1 + c7 y7, t5 = c5 y5 + 27246 y3,
+    // t3 = 27246 y5 + c3 y3; the graph needs t1 + t5, t3 + t7, t1 - t5, t7 - t3.
+    constexpr int32_t c1 = kInvSin1 + kInvCos1MinusSin1;
+    constexpr int32_t c7 = kInvSin1 - kInvCos1PlusSin1;
+    constexpr int32_t c5 = kInvCos3 - kInvCos3MinusSin3;
+    constexpr int32_t c3 = kInvCos3 - kInvCos3PlusSin3;
+    const auto madd = [](V128 p, V128 k) { return _mm_madd_epi16(p, k); };
+    const auto add = [](V128 a, V128 b) { return _mm_add_epi32(a, b); };
+    const auto sub = [](V128 a, V128 b) { return _mm_sub_epi32(a, b); };
+    const V128 r0 =
+        rotatedOdd<kScale>(add(madd(p15, factors(c1, c5)), madd(p37, factors(kInvCos3, kInvSin1))));
+    const V128 r3 =
+        rotatedOdd<kScale>(add(madd(p15, factors(kInvSin1, kInvCos3)), madd(p37, factors(c3, c7))));
+    const V128 g = shiftLeft<kScale>(
+        add(madd(p15, factors(c1, -c5)), madd(p37, factors(-kInvCos3, kInvSin1))));
+    const V128 k = shiftLeft<kScale>(
+        add(madd(p15, factors(kInvSin1, -kInvCos3)), madd(p37, factors(-c3, c7))));
+
+    // s + e = 2 (a + b) and s - e = 2 (a - b) with a = 16384 (y0 + y4) and
+    // b = 21407 y2 + 8867 y6; h = 2 c with c = 16384 (y0 - y4);
+    // f = 17734 y2 - 42813 y6, with -42813 as 22723 - 65536 and the 65536 y6
+    // part taken from the high words of the (y2, y6) pairs.
+    const V128 evenBias = _mm_set1_epi32(kBias / 2);
+    const V128 a = add(madd(p04, factors(16384, 16384)), evenBias);
+    const V128 c = add(madd(p04, factors(16384, -16384)), evenBias);
+    const V128 b = madd(p26, factors(kEvenDifference / 2 + kEvenRotation / 2, kEvenRotation / 2));
+    const V128 f = shiftLeft<kScale>(
+        sub(madd(p26, factors(kEvenRotation, kEvenRotation - kEvenSum + 65536)),
+            _mm_and_si128(p26, _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u)))));
+    const V128 e0 = shiftLeft<kScale + 1>(add(a, b)), e3 = shiftLeft<kScale + 1>(sub(a, b));
+    const V128 h = shiftLeft<kScale + 1>(c);
+    outputButterflies(e0, add(h, f), sub(h, f), e3, r0, r3, g, k, x);
 }
 
 // Transposes the 4x4 block of 32-bit lanes q[0..3].
@@ -113,41 +116,40 @@ inline void transpose4x4(const V128* q, V128& c0, V128& c1, V128& c2, V128& c3) 
     c3 = _mm_unpackhi_epi64(t1, t3);
 }
 
-// Dequantized rows in (natural order), of which only rows and columns
-// 0..kActive-1 may be nonzero. Out: half[h][j] holds the 16-bit results of
-// columns 2j and 2j + 1 (four words each) for rows 4h..4h+3. Each pass runs
-// on four lines at a time to stay within the registers.
-template <int kActive, int32_t kCos1MinusSin1>
+// The results of one row pass on four rows (lanes), packed in pairs of
+// columns: half[j] holds columns 2j and 2j + 1.
+inline void packRowResults(const V128 (&x)[8], V128 (&half)[4]) {
+    for (int j = 0; j < 4; ++j)
+        half[j] = _mm_packs_epi32(_mm_srai_epi32(x[2 * j], kPassTwoShift),
+                                  _mm_srai_epi32(x[2 * j + 1], kPassTwoShift));
+}
+
+// Dequantized rows in (natural order). Out: half[h][j] holds the 16-bit
+// results of columns 2j and 2j + 1 (four words each) for rows 4h..4h+3. Each
+// pass runs on four lines at a time to stay within the registers.
 [[gnu::always_inline]] inline void inverseDct(const V128 (&y)[8], V128 (&half)[2][4]) {
     constexpr int kColumnScale = 16 - kPassOneShift;
-    constexpr bool kUpperPairs = kActive > 2;
-    // Column pass, columns 0-3 then 4-7 (zero in the pruned transforms). Row
-    // r's results sit in the high words; lane j of q[r] becomes the word pair
-    // (column j, column j + 4).
+    // Column pass, columns 0-3 then 4-7. Row r's results sit in the high
+    // words; lane j of q[r] becomes the word pair (column j, column j + 4).
     V128 q[8];
-    inversePass<1 << (kPassOneShift - 1), kColumnScale, kCos1MinusSin1, kUpperPairs>(
+    inversePass<1 << (kPassOneShift - 1), kColumnScale>(
         _mm_unpacklo_epi16(y[0], y[4]), _mm_unpacklo_epi16(y[2], y[6]),
         _mm_unpacklo_epi16(y[1], y[5]), _mm_unpacklo_epi16(y[3], y[7]), q);
     for (int r = 0; r < 8; ++r) q[r] = _mm_srli_epi32(q[r], 16);
-    if constexpr (kActive > 4) {
-        V128 high[8];
-        inversePass<1 << (kPassOneShift - 1), kColumnScale, kCos1MinusSin1, kUpperPairs>(
-            _mm_unpackhi_epi16(y[0], y[4]), _mm_unpackhi_epi16(y[2], y[6]),
-            _mm_unpackhi_epi16(y[1], y[5]), _mm_unpackhi_epi16(y[3], y[7]), high);
-        const V128 highWords = _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u));
-        for (int r = 0; r < 8; ++r) q[r] = _mm_or_si128(q[r], _mm_and_si128(high[r], highWords));
-    }
+    V128 high[8];
+    inversePass<1 << (kPassOneShift - 1), kColumnScale>(
+        _mm_unpackhi_epi16(y[0], y[4]), _mm_unpackhi_epi16(y[2], y[6]),
+        _mm_unpackhi_epi16(y[1], y[5]), _mm_unpackhi_epi16(y[3], y[7]), high);
+    const V128 highWords = _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u));
+    for (int r = 0; r < 8; ++r) q[r] = _mm_or_si128(q[r], _mm_and_si128(high[r], highWords));
 
     // Row pass, rows 0-3 then 4-7: the 32-bit transpose of q hands each
     // line its word pairs.
     for (int h = 0; h < 2; ++h) {
         V128 p04, p15, p26, p37, x[8];
         transpose4x4(q + 4 * h, p04, p15, p26, p37);
-        inversePass<1 << (kPassTwoShift - 1), 0, kCos1MinusSin1, kUpperPairs>(p04, p26, p15, p37,
-                                                                              x);
-        for (int j = 0; j < 4; ++j)
-            half[h][j] = _mm_packs_epi32(_mm_srai_epi32(x[2 * j], kPassTwoShift),
-                                         _mm_srai_epi32(x[2 * j + 1], kPassTwoShift));
+        inversePass<1 << (kPassTwoShift - 1), 0>(p04, p26, p15, p37, x);
+        packRowResults(x, half[h]);
     }
 }
 
@@ -157,20 +159,12 @@ V128 dequantizeSignedLanes(V128 coefficients, V128 quantizers) {
     return _mm_packs_epi32(_mm_unpacklo_epi16(lo, hi), _mm_unpackhi_epi16(lo, hi));
 }
 
-// Rows 0..kActive-1, columns 0..kActive-1 of the dequantized block; the rest is zero.
-template <int kActive>
+inline V128 dequantizedRow(const int16_t* src, const uint16_t* invTable, int row) {
+    return dequantizeSignedLanes(loadu(src + 8 * row), loadu(invTable + 8 * row));
+}
+
 void loadDequantized(const int16_t* src, const uint16_t* invTable, V128 (&r)[8]) {
-    const V128 keep = kActive == 8   ? _mm_set1_epi32(-1)
-                      : kActive == 4 ? _mm_set_epi32(0, 0, -1, -1)
-                                     : _mm_set_epi32(0, 0, 0, -1);
-    for (int i = 0; i < 8; ++i) {
-        if (i < kActive) {
-            r[i] = dequantizeSignedLanes(loadu(src + 8 * i), loadu(invTable + 8 * i));
-            if (kActive < 8) r[i] = _mm_and_si128(r[i], keep);
-        } else {
-            r[i] = zero();
-        }
-    }
+    for (int i = 0; i < 8; ++i) r[i] = dequantizedRow(src, invTable, i);
 }
 
 // The results plus 128, saturated to bytes, stored as rows: packing to
@@ -198,16 +192,6 @@ void loadDequantized(const int16_t* src, const uint16_t* invTable, V128 (&r)[8])
     }
 }
 
-template <int kActive, int32_t kCos1MinusSin1>
-void inverseDctSamples(const int16_t* src, uint8_t* dst, int32_t dstStep,
-                       const uint16_t* invTable) {
-    V128 r[8];
-    loadDequantized<kActive>(src, invTable, r);
-    V128 half[2][4];
-    inverseDct<kActive, kCos1MinusSin1>(r, half);
-    storeSamples(half, dst, dstStep);
-}
-
 // ---- Scaled-down outputs ----
 //
 // Both passes form their 32-bit sums straight from pmaddwd pairs, exact
@@ -216,10 +200,6 @@ void inverseDctSamples(const int16_t* src, uint8_t* dst, int32_t dstStep,
 // as its low 16 bits plus 65536 times the input, which is the input's low
 // word moved into the high word of the lane. The first pass keeps the low 16
 // bits of its results; the second pass ends in at most 11 significant bits.
-
-inline V128 dequantizedRow(const int16_t* src, const uint16_t* invTable, int row) {
-    return dequantizeSignedLanes(loadu(src + 8 * row), loadu(invTable + 8 * row));
-}
 
 // The four 32-bit lanes as samples: plus 128, saturated, low byte of each
 // lane packed into the low four bytes.
@@ -278,6 +258,35 @@ inline void prunedRowPass(V128 pairs, V128 (&half)[4]) {
     half[1] = _mm_packs_epi32(out(_mm_add_epi32(s, r2)), out(_mm_add_epi32(s, r3)));
     half[2] = _mm_packs_epi32(out(_mm_sub_epi32(s, r3)), out(_mm_sub_epi32(s, r2)));
     half[3] = _mm_packs_epi32(out(_mm_sub_epi32(s, r1)), out(_mm_sub_epi32(s, r0)));
+}
+
+// ---- Pruned 4x4 ----
+//
+// With y4..y7 of a line zero the pairs (y0, y4) ... (y3, y7) of the full
+// pass would carry a zero in every word pair; this pass takes (y0, y2) and
+// (y1, y3) instead and drops the products of the absent inputs: the odd
+// sums lose their y5, y7 terms, c = a, and f = 17734 y2 without the y6 term.
+template <int32_t kBias, int kScale>
+[[gnu::always_inline]] inline void inversePassOfFour(V128 p02, V128 p13, V128 (&x)[8]) {
+    constexpr int32_t c1 = kInvSin1 + kPrunedCos1MinusSin1;
+    constexpr int32_t c3 = kInvCos3 - kInvCos3PlusSin3;
+    const auto madd = [](V128 p, V128 k) { return _mm_madd_epi16(p, k); };
+    const auto add = [](V128 a, V128 b) { return _mm_add_epi32(a, b); };
+    const auto sub = [](V128 a, V128 b) { return _mm_sub_epi32(a, b); };
+    const V128 r0 = rotatedOdd<kScale>(madd(p13, factors(c1, kInvCos3)));
+    const V128 r3 = rotatedOdd<kScale>(madd(p13, factors(kInvSin1, c3)));
+    const V128 g = shiftLeft<kScale>(madd(p13, factors(c1, -kInvCos3)));
+    const V128 k = shiftLeft<kScale>(madd(p13, factors(kInvSin1, -c3)));
+
+    // As in the full pass, with b = 21407 y2: e0 = 2 (a + b), e3 = 2 (a - b), h =
+    // 2 a.
+    const V128 evenBias = _mm_set1_epi32(kBias / 2);
+    constexpr int32_t b2 = kEvenDifference / 2 + kEvenRotation / 2;
+    const V128 e0 = shiftLeft<kScale + 1>(add(madd(p02, factors(16384, b2)), evenBias));
+    const V128 e3 = shiftLeft<kScale + 1>(add(madd(p02, factors(16384, -b2)), evenBias));
+    const V128 h = shiftLeft<kScale + 1>(add(madd(p02, factors(16384, 0)), evenBias));
+    const V128 f = shiftLeft<kScale>(madd(p02, factors(0, kEvenRotation)));
+    outputButterflies(e0, add(h, f), sub(h, f), e3, r0, r3, g, k, x);
 }
 
 }  // namespace
@@ -384,9 +393,9 @@ void inverseDctQuantTo4x4SamplesSse2(const int16_t* src, uint8_t* dst, int32_t d
 
 void inverseDctQuantSse2(const int16_t* src, int16_t* dst, const uint16_t* invTable) {
     V128 r[8];
-    loadDequantized<8>(src, invTable, r);
+    loadDequantized(src, invTable, r);
     V128 half[2][4];
-    inverseDct<8, kInvCos1MinusSin1>(r, half);
+    inverseDct(r, half);
     V128 columns[8];
     for (int j = 0; j < 4; ++j) {
         columns[2 * j] = _mm_unpacklo_epi64(half[0][j], half[1][j]);
@@ -398,7 +407,11 @@ void inverseDctQuantSse2(const int16_t* src, int16_t* dst, const uint16_t* invTa
 
 void inverseDctQuantSamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
                                 const uint16_t* invTable) {
-    inverseDctSamples<8, kInvCos1MinusSin1>(src, dst, dstStep, invTable);
+    V128 r[8];
+    loadDequantized(src, invTable, r);
+    V128 half[2][4];
+    inverseDct(r, half);
+    storeSamples(half, dst, dstStep);
 }
 
 void inverseDctQuant2x2SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
@@ -433,7 +446,27 @@ void inverseDctQuant2x2SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dst
 
 void inverseDctQuant4x4SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
                                    const uint16_t* invTable) {
-    inverseDctSamples<4, kPrunedCos1MinusSin1>(src, dst, dstStep, invTable);
+    // Column pass of columns 0-3 (the others are zero and give zero); the
+    // results sit in the high words, moved down so that lane j of q[r] is
+    // (column j of row r, 0).
+    V128 y[4];
+    for (int i = 0; i < 4; ++i) y[i] = dequantizedRow(src, invTable, i);
+    V128 q[8];
+    inversePassOfFour<1 << (kPassOneShift - 1), 16 - kPassOneShift>(
+        _mm_unpacklo_epi16(y[0], y[2]), _mm_unpacklo_epi16(y[1], y[3]), q);
+    for (int r = 0; r < 8; ++r) q[r] = _mm_srli_epi32(q[r], 16);
+
+    // Row pass, rows 0-3 then 4-7: the 32-bit transpose gives each row its
+    // columns 0..3 in the low words, joined into the pairs (z0, z2), (z1, z3).
+    V128 half[2][4];
+    for (int g = 0; g < 2; ++g) {
+        V128 z0, z1, z2, z3, x[8];
+        transpose4x4(q + 4 * g, z0, z1, z2, z3);
+        inversePassOfFour<1 << (kPassTwoShift - 1), 0>(_mm_or_si128(z0, _mm_slli_epi32(z2, 16)),
+                                                       _mm_or_si128(z1, _mm_slli_epi32(z3, 16)), x);
+        packRowResults(x, half[g]);
+    }
+    storeSamples(half, dst, dstStep);
 }
 
 }  // namespace zeq

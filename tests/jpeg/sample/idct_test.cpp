@@ -109,6 +109,8 @@ TEST(InverseDctEngine, VectorMatchesScalarAroundTheSixteenBitLimits) {
         uint8_t vecSamples[64], refSamples[64];
         for (const auto& [vector, scalar] :
              {std::pair{inverseDctQuantSamplesSse2, inverseDctQuantSamplesScalar},
+              std::pair{inverseDctQuant2x2SamplesSse2, inverseDctQuant2x2SamplesScalar},
+              std::pair{inverseDctQuant4x4SamplesSse2, inverseDctQuant4x4SamplesScalar},
               std::pair{inverseDctQuantTo2x2SamplesSse2, inverseDctQuantTo2x2SamplesScalar},
               std::pair{inverseDctQuantTo4x4SamplesSse2, inverseDctQuantTo4x4SamplesScalar}}) {
             std::memset(vecSamples, 0, sizeof vecSamples);

@@ -129,19 +129,20 @@ inline void packRowResults(const V128 (&x)[8], V128 (&half)[4]) {
 // pass runs on four lines at a time to stay within the registers.
 [[gnu::always_inline]] inline void inverseDct(const V128 (&y)[8], V128 (&half)[2][4]) {
     constexpr int kColumnScale = 16 - kPassOneShift;
-    // Column pass, columns 0-3 then 4-7. Row r's results sit in the high
-    // words; lane j of q[r] becomes the word pair (column j, column j + 4).
+    // Column pass, columns 4-7 then 0-3 (the order that spills least). Row
+    // r's results sit in the high words; lane j of q[r] becomes the word pair
+    // (column j, column j + 4).
     V128 q[8];
     inversePass<1 << (kPassOneShift - 1), kColumnScale>(
-        _mm_unpacklo_epi16(y[0], y[4]), _mm_unpacklo_epi16(y[2], y[6]),
-        _mm_unpacklo_epi16(y[1], y[5]), _mm_unpacklo_epi16(y[3], y[7]), q);
-    for (int r = 0; r < 8; ++r) q[r] = _mm_srli_epi32(q[r], 16);
-    V128 high[8];
-    inversePass<1 << (kPassOneShift - 1), kColumnScale>(
         _mm_unpackhi_epi16(y[0], y[4]), _mm_unpackhi_epi16(y[2], y[6]),
-        _mm_unpackhi_epi16(y[1], y[5]), _mm_unpackhi_epi16(y[3], y[7]), high);
+        _mm_unpackhi_epi16(y[1], y[5]), _mm_unpackhi_epi16(y[3], y[7]), q);
     const V128 highWords = _mm_set1_epi32(static_cast<int32_t>(0xFFFF0000u));
-    for (int r = 0; r < 8; ++r) q[r] = _mm_or_si128(q[r], _mm_and_si128(high[r], highWords));
+    for (int r = 0; r < 8; ++r) q[r] = _mm_and_si128(q[r], highWords);
+    V128 low[8];
+    inversePass<1 << (kPassOneShift - 1), kColumnScale>(
+        _mm_unpacklo_epi16(y[0], y[4]), _mm_unpacklo_epi16(y[2], y[6]),
+        _mm_unpacklo_epi16(y[1], y[5]), _mm_unpacklo_epi16(y[3], y[7]), low);
+    for (int r = 0; r < 8; ++r) q[r] = _mm_or_si128(q[r], _mm_srli_epi32(low[r], 16));
 
     // Row pass, rows 0-3 then 4-7: the 32-bit transpose of q hands each
     // line its word pairs.

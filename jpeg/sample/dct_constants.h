@@ -34,6 +34,15 @@ constexpr int32_t kInvSqrt2 = 5793;
 // cos - sin as 32138 - 6393, one below the full transform's 25746.
 constexpr int32_t kPrunedCos1MinusSin1 = 32138 - kInvSin1;
 
+// Scaled-down inverse outputs. Quadrant means: frequency 1, 3, 5, 7's basis
+// function averaged over a half block, at 2^16 (even frequencies average to
+// zero). Pair means of the 4-point output: even part at 2^15 from
+// frequencies 2 and 6, odd parts from 1, 3, 5, 7 (frequency 4 averages out).
+constexpr int32_t kHalfMean[4] = {59384, -20853, 13932, -11812};
+constexpr int32_t kPairCos2 = 30274, kPairCos6 = 12540;
+constexpr int32_t kPairOdd1[4] = {41991, 14745, -9852, -8352};
+constexpr int32_t kPairOdd2[4] = {17393, -35598, 23786, -3460};
+
 // Rounding of the passes: the forward row pass keeps 2^12 of extra scale,
 // the column pass removes 2^21 (2^6 for the terms without a rotation); the
 // inverse column pass keeps 2^12 and the row pass removes 2^21.

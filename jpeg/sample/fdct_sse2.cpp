@@ -151,7 +151,7 @@ inline V128 rootTwoRoundedPlusOffset(V128 d) {
 // Row pass of unshifted samples (0..255, lanes are rows, x[i] element i).
 // The level shift only changes the DC term (8 * 8 * 128), so it is applied
 // there alone; differences do not see it.
-void forwardRowPassOfSamples(V128 (&x)[8]) {
+[[gnu::always_inline]] inline void forwardRowPassOfSamples(V128 (&x)[8]) {
     const Butterflies16 f(x);
 
     // P2 = 25080 c + 17734 (c + d), P6 = 17734 (c - d) - 25079 d.
@@ -205,7 +205,7 @@ V128 mulHighRounded(V128 t) {
 }
 
 // Column pass of the row results above (lanes are columns, x[i] row i).
-void forwardColumnPassOfSamples(V128 (&x)[8]) {
+[[gnu::always_inline]] inline void forwardColumnPassOfSamples(V128 (&x)[8]) {
     const Butterflies16 f(x);
     evenColumnOutputs(f.a, f.b, x[0], x[4]);
 
@@ -266,6 +266,28 @@ void forwardDct(V128 (&x)[8]) {
     forwardPass<true>(x);
 }
 
+// The bounded kernel from unshifted samples (0..255) held as columns.
+[[gnu::always_inline]] inline void forwardDctQuantSampleColumns(V128 (&x)[8], int16_t* dst,
+                                                                const uint16_t* fwdTable) {
+    forwardRowPassOfSamples(x);
+    transpose8x8(x);
+    forwardColumnPassOfSamples(x);
+    storeQuantizedBlock(x, dst, fwdTable);
+}
+
+// Rows of src plus 128; true when every value is then a sample (0..255), that
+// is when the block holds level-shifted 8-bit samples, the usual input of an
+// encoder. The test is one OR over the rows: a high byte set anywhere shows.
+bool loadUnshiftedSamples(const int16_t* src, V128 (&x)[8]) {
+    const V128 shift = splat16(128);
+    V128 any = zero();
+    for (int y = 0; y < 8; ++y) {
+        x[y] = _mm_add_epi16(loadu(src + 8 * y), shift);
+        any = _mm_or_si128(any, x[y]);
+    }
+    return _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_srli_epi16(any, 8), zero())) == 0xFFFF;
+}
+
 }  // namespace
 
 void forwardDctSse2(int16_t* block) {
@@ -275,8 +297,15 @@ void forwardDctSse2(int16_t* block) {
     for (int y = 0; y < 8; ++y) storeu(block + 8 * y, x[y]);
 }
 
+// Level-shifted 8-bit samples take the bounded kernel (the same bytes as the
+// wrapping one there); any other block takes the wrapping kernel.
 void forwardDctQuantSse2(const int16_t* src, int16_t* dst, const uint16_t* fwdTable) {
     V128 x[8];
+    if (loadUnshiftedSamples(src, x)) {
+        transpose8x8(x);
+        forwardDctQuantSampleColumns(x, dst, fwdTable);
+        return;
+    }
     for (int y = 0; y < 8; ++y) x[y] = loadu(src + 8 * y);
     forwardDct(x);
     storeQuantizedBlock(x, dst, fwdTable);
@@ -286,10 +315,7 @@ void forwardDctQuantSamplesSse2(const uint8_t* src, int32_t srcStep, int16_t* ds
                                 const uint16_t* fwdTable) {
     V128 x[8];
     loadSampleColumns(src, srcStep, x);
-    forwardRowPassOfSamples(x);
-    transpose8x8(x);
-    forwardColumnPassOfSamples(x);
-    storeQuantizedBlock(x, dst, fwdTable);
+    forwardDctQuantSampleColumns(x, dst, fwdTable);
 }
 
 }  // namespace zeq

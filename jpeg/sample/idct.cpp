@@ -119,10 +119,6 @@ void inverseDctQuantDcSamples(const int16_t* src, uint8_t* dst, int32_t dstStep,
 
 namespace {
 
-// Quadrant means: frequency k's basis function averaged over a half block,
-// at 2^16, for k = 1, 3, 5, 7 (even frequencies average to zero).
-constexpr int32_t kHalfMean[4] = {59384, -20853, 13932, -11812};
-
 // top/bottom (or left/right) halves of one line of coefficients v[0], v[stride], ...
 template <int kShift>
 void halfMeans(const int16_t* v, int stride, int16_t* first, int16_t* second) {
@@ -133,12 +129,6 @@ void halfMeans(const int16_t* v, int stride, int16_t* first, int16_t* second) {
     *first = (d + o + bias).sar(kShift).low16();
     *second = (d - o + bias).sar(kShift).low16();
 }
-
-// Pairs-of-samples means of the 4-point output: even part at 2^15 from
-// frequencies 0, 2, 6, odd part from 1, 3, 5, 7 (frequency 4 averages out).
-constexpr int32_t kPairCos2 = 30274, kPairCos6 = 12540;
-constexpr int32_t kPairOdd1[4] = {41991, 14745, -9852, -8352};
-constexpr int32_t kPairOdd2[4] = {17393, -35598, 23786, -3460};
 
 template <int kShift>
 void pairMeans(const int16_t* v, int stride, int16_t* out, int outStride) {
@@ -157,8 +147,8 @@ void pairMeans(const int16_t* v, int stride, int16_t* out, int outStride) {
 
 }  // namespace
 
-void inverseDctQuantTo2x2Samples(const int16_t* src, uint8_t* dst, int32_t dstStep,
-                                 const uint16_t* invTable) {
+void inverseDctQuantTo2x2SamplesScalar(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                       const uint16_t* invTable) {
     int16_t block[kBlockSize];
     dequantize(src, block, invTable);
     // Pass one fills rows 0 (top halves) and 1 (bottom halves) of the columns
@@ -170,8 +160,8 @@ void inverseDctQuantTo2x2Samples(const int16_t* src, uint8_t* dst, int32_t dstSt
     storeSamples(out, 2, dst, dstStep);
 }
 
-void inverseDctQuantTo4x4Samples(const int16_t* src, uint8_t* dst, int32_t dstStep,
-                                 const uint16_t* invTable) {
+void inverseDctQuantTo4x4SamplesScalar(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                       const uint16_t* invTable) {
     int16_t block[kBlockSize];
     dequantize(src, block, invTable);
     int16_t pairs[4][8] = {};

@@ -3,7 +3,8 @@
 // with the pruned odd factor and absent inputs dropped, the transforms of
 // the top-left 2x2 and 4x4 coefficients; the scaled-down 2x2 and 4x4 outputs
 // and the DC-only form have their own small kernels, and 12-bit samples a
-// single-precision engine. Vector kernels give the same bytes as their scalar
+// single-precision engine. The vector forms of the pruned transforms pair
+// only the inputs that can be nonzero. Vector kernels give the same bytes as their scalar
 // twins for every input. The caller's coefficients are never modified except
 // by the in-place block variant.
 #ifndef ZEQ_JPEG_SAMPLE_IDCT_H
@@ -47,10 +48,14 @@ void inverseDctQuantDcSamples(const int16_t* src, uint8_t* dst, int32_t dstStep,
 
 // Scaled-down outputs: each sample the mean of a 4x4 (To2x2) or 2x2 (To4x4)
 // group of the full inverse, computed from the coefficients directly.
-void inverseDctQuantTo2x2Samples(const int16_t* src, uint8_t* dst, int32_t dstStep,
-                                 const uint16_t* invTable);
-void inverseDctQuantTo4x4Samples(const int16_t* src, uint8_t* dst, int32_t dstStep,
-                                 const uint16_t* invTable);
+void inverseDctQuantTo2x2SamplesScalar(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                       const uint16_t* invTable);
+void inverseDctQuantTo2x2SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                     const uint16_t* invTable);
+void inverseDctQuantTo4x4SamplesScalar(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                       const uint16_t* invTable);
+void inverseDctQuantTo4x4SamplesSse2(const int16_t* src, uint8_t* dst, int32_t dstStep,
+                                     const uint16_t* invTable);
 
 // 12-bit: float dequantization and transform, plus 2048, rounded half to
 // even and kept within 0..4095, into 16-bit elements (byte row step).

@@ -163,6 +163,33 @@ TEST(ForwardDctQuant, LevelShiftedBlockMatchesTheSampleVariant) {
     EXPECT_EQ(a, b);
 }
 
+// Level-shifted samples take the bounded kernel; one value just outside
+// -128..127 anywhere in the block sends it to the wrapping kernel. Both must
+// give the scalar bytes, in place too.
+TEST(ForwardDctQuant, VectorMatchesScalarOnLevelShiftedBlocksAndJustOutside) {
+    auto& rng = seededRng(29);
+    for (int n = 0; n < scaledCount(100000); ++n) {
+        Block16 input;
+        const int kind = n % 4;
+        for (auto& v : input)
+            v = kind == 0   ? uniform<int16_t>(rng, -128, 127)
+                : kind == 1 ? static_cast<int16_t>(uniform<int>(rng, 0, 1) ? 127 : -128)
+                : kind == 2 ? static_cast<int16_t>(uniform<int>(rng, 0, 1) ? 127 : -128)
+                            : uniform<int16_t>(rng, -128, 127);
+        if (kind >= 2) {
+            static constexpr int16_t kOutside[] = {128, -129, 255, 256, -256, 384, 32767, -32768};
+            input[uniform<int>(rng, 0, 63)] = kOutside[uniform<int>(rng, 0, 7)];
+        }
+        const Table16 table = randomTable(rng, n / 4, true);
+        Block16 vec, ref, inPlace = input;
+        forwardDctQuantSse2(input.data(), vec.data(), table.data());
+        forwardDctQuantSse2(inPlace.data(), inPlace.data(), table.data());
+        forwardDctQuantScalar(input.data(), ref.data(), table.data());
+        ASSERT_EQ(vec, ref) << "block " << n;
+        ASSERT_EQ(inPlace, ref) << "block " << n;
+    }
+}
+
 // ---- 12-bit float engine ----------------------------------------------------
 
 TEST(ForwardDct12Bit, VectorMatchesScalarBitForBit) {

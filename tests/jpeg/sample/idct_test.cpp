@@ -9,6 +9,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "tests/jpeg/sample/dct_test_support.h"
@@ -106,9 +107,18 @@ TEST(InverseDctEngine, VectorMatchesScalarAroundTheSixteenBitLimits) {
         inverseDctQuantScalar(input.data(), ref.data(), unit.data());
         ASSERT_EQ(vec, ref) << "block " << n;
         uint8_t vecSamples[64], refSamples[64];
-        inverseDctQuantSamplesSse2(input.data(), vecSamples, 8, unit.data());
-        inverseDctQuantSamplesScalar(input.data(), refSamples, 8, unit.data());
-        ASSERT_EQ(0, std::memcmp(vecSamples, refSamples, 64)) << "block " << n;
+        for (const auto& [vector, scalar] :
+             {std::pair{inverseDctQuantSamplesSse2, inverseDctQuantSamplesScalar},
+              std::pair{inverseDctQuant2x2SamplesSse2, inverseDctQuant2x2SamplesScalar},
+              std::pair{inverseDctQuant4x4SamplesSse2, inverseDctQuant4x4SamplesScalar},
+              std::pair{inverseDctQuantTo2x2SamplesSse2, inverseDctQuantTo2x2SamplesScalar},
+              std::pair{inverseDctQuantTo4x4SamplesSse2, inverseDctQuantTo4x4SamplesScalar}}) {
+            std::memset(vecSamples, 0, sizeof vecSamples);
+            std::memset(refSamples, 0, sizeof refSamples);
+            vector(input.data(), vecSamples, 8, unit.data());
+            scalar(input.data(), refSamples, 8, unit.data());
+            ASSERT_EQ(0, std::memcmp(vecSamples, refSamples, 64)) << "block " << n;
+        }
     }
 }
 
@@ -121,6 +131,8 @@ TEST(InverseDctSamples, VectorMatchesScalarAtAnyStepAndAlignment) {
         {"full", inverseDctQuantSamplesSse2, inverseDctQuantSamplesScalar},
         {"2x2", inverseDctQuant2x2SamplesSse2, inverseDctQuant2x2SamplesScalar},
         {"4x4", inverseDctQuant4x4SamplesSse2, inverseDctQuant4x4SamplesScalar},
+        {"to2x2", inverseDctQuantTo2x2SamplesSse2, inverseDctQuantTo2x2SamplesScalar},
+        {"to4x4", inverseDctQuantTo4x4SamplesSse2, inverseDctQuantTo4x4SamplesScalar},
     };
     for (const auto& p : pairings) {
         auto& rng = seededRng(33);

@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "zeqcodec/commands.h"
+#include "zeqcodec/dds_codec.h"
+#include "zeqcodec/tiff_codec.h"
 
 namespace zeqcodec {
 namespace {
@@ -10,6 +12,10 @@ namespace {
 // Each codec adds its subcommands here.
 const Command kCommands[] = {
     {"help", nullptr, "help"},
+    {"dds-encode", runDdsEncode, "dds-encode IN.ppm OUT.dds [--format dxt1|dxt3|dxt5|ycocg-dxt5]"},
+    {"dds-decode", runDdsDecode, "dds-decode IN.dds OUT.ppm"},
+    {"tiff-packbits", runTiffPackBits, "tiff-packbits IN.pgm|IN.ppm OUT.tif"},
+    {"tiff-unpack", runTiffUnpack, "tiff-unpack IN.tif OUT.ppm"},
 };
 
 int usage(FILE* out) {

@@ -173,7 +173,7 @@ void BM_PackBitsEncodeVsLibtiff(benchmark::State& state) {
     // memory file does not grow from run to run.
     MemoryTiff file("w");
     setStripFields(file.tif());
-    bench::headToHead(
+    zeq::bench::headToHead(
         state, double(kRows) * kRowBytes, "MB/s",
         [&] {
             int32_t position = 0;
@@ -207,7 +207,7 @@ void BM_PackBitsDecodeVsLibtiff(benchmark::State& state) {
     TIFFWriteEncodedStrip(writer.tif(), 0, strip.data(), tmsize_t(strip.size()));
     MemoryTiff reader("r", writer.finish());
     std::vector<uint8_t> ours(strip.size()), theirs(strip.size());
-    bench::headToHead(
+    zeq::bench::headToHead(
         state, double(kRows) * kRowBytes, "MB/s",
         [&] {
             int32_t position = 0;

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "zeqcodec/cli.h"
+#include "zeqcodec/image_file_commands.h"
 #include "zeqj.h"
 
 namespace zeqcodec {
@@ -218,20 +219,7 @@ int runDdsEncode(const Arguments& args) {
 }
 
 int runDdsDecode(const Arguments& args) {
-    const std::string command = "dds-decode";
-    ParsedArguments parsed;
-    std::string error;
-    if (!parsed.parse(args, {}, {}, &error)) return reportError(command, error);
-    if (parsed.positional().size() != 2) return reportError(command, "expects IN.dds OUT.ppm");
-    const std::string& in = parsed.positional()[0];
-    std::vector<uint8_t> bytes;
-    Image image;
-    if (!zeq::container::readFile(in, bytes, &error)) return reportError(command, error);
-    if (!decodeDds(bytes.data(), bytes.size(), image, &error))
-        return reportError(command, in + ": " + error);
-    if (!zeq::container::writeNetpbm(parsed.positional()[1], image, &error))
-        return reportError(command, error);
-    return 0;
+    return runDecodeToNetpbm("dds-decode", args, "expects IN.dds OUT.ppm", decodeDds);
 }
 
 }  // namespace zeqcodec

@@ -59,6 +59,17 @@ double psnr(const uint8_t* a, const uint8_t* b, size_t pixels, int aStride, int 
     return 10 * std::log10(255.0 * 255.0 / mse);
 }
 
+TextureTiffDemoRow startRow(const char* name, const char* timed, int32_t width, int32_t height,
+                            uint64_t rawBytes) {
+    TextureTiffDemoRow row;
+    row.name = name;
+    row.timed = timed;
+    row.width = width;
+    row.height = height;
+    row.rawBytes = rawBytes;
+    return row;
+}
+
 // Paths go to the shell in single quotes.
 bool shellSafe(const std::string& path) { return path.find('\'') == std::string::npos; }
 
@@ -121,12 +132,8 @@ bool pillowDecodeRgba(const std::string& path, RgbaImage& rgba, std::string* err
 }
 
 TextureTiffDemoRow demoDxt1RoundTrip(const Image& image) {
-    TextureTiffDemoRow row;
-    row.name = "DXT1 round trip";
-    row.timed = "encode";
-    row.width = image.width;
-    row.height = image.height;
-    row.rawBytes = image.pixels.size();
+    TextureTiffDemoRow row =
+        startRow("DXT1 round trip", "encode", image.width, image.height, image.pixels.size());
     std::vector<uint8_t> file;
     Image back;
     std::string error;
@@ -148,12 +155,8 @@ TextureTiffDemoRow demoDxt1RoundTrip(const Image& image) {
 
 TextureTiffDemoRow demoBc7AgainstPillow(int32_t width, int32_t height, uint32_t seed,
                                         const std::string& workDir) {
-    TextureTiffDemoRow row;
-    row.name = "BC7 DDS, zeqcodec vs Pillow";
-    row.timed = "decode";
-    row.width = width;
-    row.height = height;
-    row.rawBytes = uint64_t(width) * uint64_t(height) * 4;
+    TextureTiffDemoRow row = startRow("BC7 DDS, zeqcodec vs Pillow", "decode", width, height,
+                                      uint64_t(width) * uint64_t(height) * 4);
     row.psnr = std::numeric_limits<double>::quiet_NaN();
     DdsImage dds;
     dds.width = width;
@@ -185,12 +188,8 @@ TextureTiffDemoRow demoBc7AgainstPillow(int32_t width, int32_t height, uint32_t 
 }
 
 TextureTiffDemoRow demoTiffLibtiffReadback(const Image& image, const std::string& workDir) {
-    TextureTiffDemoRow row;
-    row.name = "PackBits TIFF read by libtiff";
-    row.timed = "encode";
-    row.width = image.width;
-    row.height = image.height;
-    row.rawBytes = image.pixels.size();
+    TextureTiffDemoRow row = startRow("PackBits TIFF read by libtiff", "encode", image.width,
+                                      image.height, image.pixels.size());
     std::vector<uint8_t> file;
     std::string error;
     const double seconds = bestSeconds([&] { return encodeTiffPackBits(image, file, &error); });

@@ -5,6 +5,7 @@
 
 #include "container/tiff.h"
 #include "zeqcodec/cli.h"
+#include "zeqcodec/image_file_commands.h"
 #include "zeqj.h"
 
 namespace zeqcodec {
@@ -125,20 +126,7 @@ int runTiffPackBits(const Arguments& args) {
 }
 
 int runTiffUnpack(const Arguments& args) {
-    const std::string command = "tiff-unpack";
-    ParsedArguments parsed;
-    std::string error;
-    if (!parsed.parse(args, {}, {}, &error)) return reportError(command, error);
-    if (parsed.positional().size() != 2) return reportError(command, "expects IN.tif OUT.ppm");
-    const std::string& in = parsed.positional()[0];
-    std::vector<uint8_t> bytes;
-    Image image;
-    if (!zeq::container::readFile(in, bytes, &error)) return reportError(command, error);
-    if (!decodeTiffPackBits(bytes.data(), bytes.size(), image, &error))
-        return reportError(command, in + ": " + error);
-    if (!zeq::container::writeNetpbm(parsed.positional()[1], image, &error))
-        return reportError(command, error);
-    return 0;
+    return runDecodeToNetpbm("tiff-unpack", args, "expects IN.tif OUT.ppm", decodeTiffPackBits);
 }
 
 }  // namespace zeqcodec

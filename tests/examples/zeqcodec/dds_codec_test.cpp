@@ -315,10 +315,7 @@ TEST(DdsCodec, YCoCgConversionMatchesItsIntegerFormulas) {
 }
 
 TEST(DdsCodec, TheYCoCgVariantIsMarkedInTheReservedHeaderWords) {
-    Image image;
-    image.width = image.height = 4;
-    image.channels = 1;
-    image.pixels.assign(16, 77);
+    const Image image = test::flatImage(4, 4, 1, 77);
     Bytes file;
     std::string error;
     ASSERT_TRUE(zeqcodec::encodeDds(image, DdsFormat::YCoCgDxt5, file, &error));
@@ -336,11 +333,7 @@ TEST(DdsCodec, TheYCoCgVariantIsMarkedInTheReservedHeaderWords) {
 
 TEST(DdsCodec, BadArgumentsGiveAnErrorExit) {
     test::TempFile in("dds_args.ppm"), out("dds_args.dds");
-    Image image;
-    image.width = image.height = 2;
-    image.channels = 3;
-    image.pixels.assign(12, 9);
-    test::writeImage(in.path(), image);
+    test::writeImage(in.path(), test::flatImage(2, 2, 3, 9));
     const zeqcodec::Arguments encodeCases[] = {
         {},
         {in.path()},

@@ -48,7 +48,17 @@ inline container::Image makeImage(std::mt19937& rng, int32_t width, int32_t heig
     return image;
 }
 
-// Bytes of every image whose samples are random runs, repeats of two and noise:
+// Every sample equal to value.
+inline container::Image flatImage(int32_t width, int32_t height, int32_t channels, uint8_t value) {
+    container::Image image;
+    image.width = width;
+    image.height = height;
+    image.channels = channels;
+    image.pixels.assign(static_cast<size_t>(width) * height * channels, value);
+    return image;
+}
+
+// An image whose samples are random runs, repeats of two and noise:
 // the PackBits encoder's interesting cases.
 inline container::Image makeRunImage(std::mt19937& rng, int32_t width, int32_t height,
                                      int32_t channels) {

@@ -63,6 +63,7 @@ struct LibtiffLayout {
     uint16_t bits = 8;
     uint16_t planar = PLANARCONFIG_CONTIG;
     bool tiled = false;
+    uint16_t greyPhotometric = PHOTOMETRIC_MINISBLACK;
 };
 
 // Writes image through libtiff with the given layout.
@@ -75,7 +76,7 @@ bool libtiffWrite(const std::string& path, const Image& image, const LibtiffLayo
     TIFFSetField(tif, TIFFTAG_SAMPLESPERPIXEL, samples);
     TIFFSetField(tif, TIFFTAG_BITSPERSAMPLE, layout.bits);
     TIFFSetField(tif, TIFFTAG_COMPRESSION, layout.compression);
-    TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, samples == 3 ? PHOTOMETRIC_RGB : layout.greyPhotometric);
     TIFFSetField(tif, TIFFTAG_PLANARCONFIG, layout.planar);
     bool ok = true;
     const size_t rowBytes = size_t(image.width) * samples * layout.bits / 8;
@@ -138,6 +139,20 @@ TEST(TiffCodec, TiffUnpackReadsLibtiffPackBitsFilesExactly) {
     }
 }
 
+TEST(TiffCodec, WhiteIsZeroGreyComesBackBlackIsZero) {
+    auto& rng = test::seededRng(34);
+    test::TempFile tif("white.tif"), out("white.pgm");
+    const Image image = test::makeRunImage(rng, 33, 9, 1);
+    LibtiffLayout layout;
+    layout.greyPhotometric = PHOTOMETRIC_MINISWHITE;
+    ASSERT_TRUE(libtiffWrite(tif.path(), image, layout));
+    ASSERT_EQ(zeqcodec::runTiffUnpack({tif.path(), out.path()}), 0);
+    const Image back = test::readImage(out.path());
+    ASSERT_EQ(back.pixels.size(), image.pixels.size());
+    for (size_t i = 0; i < image.pixels.size(); ++i)
+        ASSERT_EQ(back.pixels[i], 255 - image.pixels[i]) << i;
+}
+
 TEST(TiffCodec, RoundTripsThroughTheCommandsAreExact) {
     auto& rng = test::seededRng(33);
     test::TempFile in("rt_in.ppm"), tif("rt.tif"), out("rt_back.ppm");
@@ -169,11 +184,7 @@ TEST(TiffCodec, OtherCompressionsAndLayoutsAreRefusedWithAReason) {
     TIFFSetWarningHandler(silence);
     TIFFSetErrorHandler(silence);
     test::TempFile tif("refused.tif");
-    Image rgb;
-    rgb.width = 20;
-    rgb.height = 20;
-    rgb.channels = 3;
-    rgb.pixels.assign(1200, 40);
+    const Image rgb = test::flatImage(20, 20, 3, 40);
     struct Case {
         LibtiffLayout layout;
         const char* message;
@@ -200,11 +211,7 @@ TEST(TiffCodec, OtherCompressionsAndLayoutsAreRefusedWithAReason) {
 
 TEST(TiffCodec, BadArgumentsGiveAnErrorExit) {
     test::TempFile in("tiff_args.ppm"), out("tiff_args.tif");
-    Image image;
-    image.width = image.height = 2;
-    image.channels = 1;
-    image.pixels.assign(4, 9);
-    test::writeImage(in.path(), image);
+    test::writeImage(in.path(), test::flatImage(2, 2, 1, 9));
     EXPECT_EQ(zeqcodec::runTiffPackBits({in.path()}), 1);
     EXPECT_EQ(zeqcodec::runTiffPackBits({in.path(), out.path(), "--fast"}), 1);
     EXPECT_EQ(zeqcodec::runTiffPackBits({in.path() + ".missing", out.path()}), 1);

@@ -198,24 +198,19 @@ bool decodeDds(const uint8_t* data, size_t size, Image& image, std::string* erro
 }
 
 int runDdsEncode(const Arguments& args) {
-    const std::string command = "dds-encode";
-    ParsedArguments parsed;
-    std::string error;
-    if (!parsed.parse(args, {}, {"--format"}, &error)) return reportError(command, error);
-    if (parsed.positional().size() != 2)
-        return reportError(command, "expects IN.ppm OUT.dds [--format dxt1|dxt3|dxt5|ycocg-dxt5]");
-    DdsFormat format;
-    const std::string formatName = parsed.value("--format", "dxt1");
-    if (!parseFormat(formatName, format))
-        return reportError(
-            command, "unknown --format '" + formatName + "' (dxt1, dxt3, dxt5 or ycocg-dxt5)");
-    Image image;
-    std::vector<uint8_t> file;
-    if (!zeq::container::readNetpbm(parsed.positional()[0], image, &error) ||
-        !encodeDds(image, format, file, &error) ||
-        !zeq::container::writeFile(parsed.positional()[1], file, &error))
-        return reportError(command, error);
-    return 0;
+    return runEncodeFromNetpbm("dds-encode", args, {"--format"},
+                               "expects IN.ppm OUT.dds [--format dxt1|dxt3|dxt5|ycocg-dxt5]",
+                               [](const Image& image, const ParsedArguments& options,
+                                  std::vector<uint8_t>& file, std::string* error) {
+                                   DdsFormat format;
+                                   const std::string name = options.value("--format", "dxt1");
+                                   if (!parseFormat(name, format)) {
+                                       *error = "unknown --format '" + name +
+                                                "' (dxt1, dxt3, dxt5 or ycocg-dxt5)";
+                                       return false;
+                                   }
+                                   return encodeDds(image, format, file, error);
+                               });
 }
 
 int runDdsDecode(const Arguments& args) {

@@ -110,19 +110,10 @@ bool decodeTiffPackBits(const uint8_t* data, size_t size, Image& image, std::str
 }
 
 int runTiffPackBits(const Arguments& args) {
-    const std::string command = "tiff-packbits";
-    ParsedArguments parsed;
-    std::string error;
-    if (!parsed.parse(args, {}, {}, &error)) return reportError(command, error);
-    if (parsed.positional().size() != 2)
-        return reportError(command, "expects IN.pgm|IN.ppm OUT.tif");
-    Image image;
-    std::vector<uint8_t> file;
-    if (!zeq::container::readNetpbm(parsed.positional()[0], image, &error) ||
-        !encodeTiffPackBits(image, file, &error) ||
-        !zeq::container::writeFile(parsed.positional()[1], file, &error))
-        return reportError(command, error);
-    return 0;
+    return runEncodeFromNetpbm(
+        "tiff-packbits", args, {}, "expects IN.pgm|IN.ppm OUT.tif",
+        [](const Image& image, const ParsedArguments&, std::vector<uint8_t>& file,
+           std::string* error) { return encodeTiffPackBits(image, file, error); });
 }
 
 int runTiffUnpack(const Arguments& args) {

@@ -43,8 +43,8 @@ struct TiffPackBitsFile {
     std::vector<TiffStripSpan> strips;
 };
 
-// Parses the first image of a TIFF file. Only uncompressed-size-checked
-// PackBits strips of 8-bit grey or RGB samples are accepted; other
+// Parses the first image of a TIFF file. Only PackBits strips of 8-bit grey
+// or RGB samples are accepted; other
 // compressions, bit depths, tiles, planar RGB, predictors and extra samples
 // are refused with a message naming what was found. Every strip lies inside
 // the file, holds at least the smallest possible coding of its rows, and

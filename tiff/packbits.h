@@ -13,14 +13,20 @@ namespace zeq {
 // Appends the packets of src[0 .. srcLength) at dst[*position]; the buffer
 // holds `capacity` bytes in all. Only whole packets are written.
 // StatusOk, or StatusRowBufferExhausted when the next packet does not fit.
-ZeqStatus packBitsRow(const uint8_t* src, int32_t srcLength, uint8_t* dst, int32_t* position,
-                      int32_t capacity);
+// The scalar kernel is the reference; the SSE2 one gives the same bytes,
+// status and position.
+ZeqStatus packBitsRowScalar(const uint8_t* src, int32_t srcLength, uint8_t* dst, int32_t* position,
+                            int32_t capacity);
+ZeqStatus packBitsRowSse2(const uint8_t* src, int32_t srcLength, uint8_t* dst, int32_t* position,
+                          int32_t capacity);
 
 // Reads packets from src[*position] until exactly dstLength bytes are out.
 // StatusOk, or StatusRowBufferExhausted when the source ends or a packet
 // would overfill the row; *position is then the offset of that packet.
-ZeqStatus unpackBitsRow(const uint8_t* src, int32_t* position, int32_t srcLength, uint8_t* dst,
-                        int32_t dstLength);
+ZeqStatus unpackBitsRowScalar(const uint8_t* src, int32_t* position, int32_t srcLength,
+                              uint8_t* dst, int32_t dstLength);
+ZeqStatus unpackBitsRowSse2(const uint8_t* src, int32_t* position, int32_t srcLength, uint8_t* dst,
+                            int32_t dstLength);
 
 }  // namespace zeq
 

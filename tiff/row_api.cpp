@@ -17,7 +17,7 @@ extern "C" ZeqStatus zeqiPackBitsRow_TIFF_8u_C1(const uint8_t* src, int32_t srcL
                           .status())
         return s;
     if (ZeqStatus s = ArgChecks().argument(*dstPosition >= 0).status()) return s;
-    return packBitsRow(src, srcLength, dst, dstPosition, dstCapacity);
+    return packBitsRowSse2(src, srcLength, dst, dstPosition, dstCapacity);
 }
 
 extern "C" ZeqStatus zeqiUnpackBitsRow_TIFF_8u_C1(const uint8_t* src, int32_t* srcPosition,
@@ -31,7 +31,7 @@ extern "C" ZeqStatus zeqiUnpackBitsRow_TIFF_8u_C1(const uint8_t* src, int32_t* s
                           .status())
         return s;
     if (ZeqStatus s = ArgChecks().argument(*srcPosition >= 0).status()) return s;
-    return unpackBitsRow(src, srcPosition, srcLength, dst, dstLength);
+    return unpackBitsRowSse2(src, srcPosition, srcLength, dst, dstLength);
 }
 
 // A sample count below 1 is reported as StatusBadStep, a choice kept for existing callers.

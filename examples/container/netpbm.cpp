@@ -119,7 +119,9 @@ bool readFile(const std::string& path, std::vector<uint8_t>& bytes, std::string*
 bool writeFile(const std::string& path, const std::vector<uint8_t>& bytes, std::string* error) {
     FILE* f = std::fopen(path.c_str(), "wb");
     if (!f) return fail(error, "cannot create " + path);
-    const bool ok = std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
+    // An empty vector may hold no buffer at all, which fwrite must not see.
+    const bool ok =
+        bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
     return (std::fclose(f) == 0 && ok) || fail(error, "cannot write " + path);
 }
 

@@ -5,6 +5,8 @@
 #include "zeqcodec/commands.h"
 #include "zeqcodec/jpeg_encoder.h"
 #include "zeqcodec/j2k_commands.h"
+#include "zeqcodec/dds_codec.h"
+#include "zeqcodec/tiff_codec.h"
 
 namespace zeqcodec {
 namespace {
@@ -19,6 +21,10 @@ const Command kCommands[] = {
      "j2k-encode IN.ppm|IN.pgm OUT.j2k [--lossless | --rate BITS_PER_PIXEL] [--levels 0..8] "
      "[--bypass] [--terminate-all] [--causal] [--segmark]"},
     {"j2k-decode", runJ2kDecode, "j2k-decode IN.j2k OUT.ppm"},
+    {"dds-encode", runDdsEncode, "dds-encode IN.ppm OUT.dds [--format dxt1|dxt3|dxt5|ycocg-dxt5]"},
+    {"dds-decode", runDdsDecode, "dds-decode IN.dds OUT.ppm"},
+    {"tiff-packbits", runTiffPackBits, "tiff-packbits IN.pgm|IN.ppm OUT.tif"},
+    {"tiff-unpack", runTiffUnpack, "tiff-unpack IN.tif OUT.ppm"},
 };
 
 int usage(FILE* out) {

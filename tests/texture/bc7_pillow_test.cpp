@@ -1,6 +1,6 @@
 // BC7 cross-check against Pillow's decoder: seeded random blocks of every
 // mode (every partition of the partitioned modes, every rotation and index
-// selection) go into a DDS file with a DX10 header (DXGI format 98), which
+// selection) go into a DDS file with a DX10 header (DXGI format BC7_UNORM), which
 // /usr/bin/python3 decodes with Pillow; both decodes must agree on every
 // byte. Reserved blocks are left out of the comparison: Pillow fills their
 // alpha with 255, while this library decodes them to transparent black, as
@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "container/dds.h"
 #include "tests/common/test_support.h"
 #include "texture/dxt_layout.h"
 #include "zeqj.h"
@@ -23,35 +24,8 @@ namespace {
 using namespace zeq;
 using Bytes = std::vector<uint8_t>;
 
-constexpr uint32_t kDxgiFormatBc7Unorm = 98;
-
-void put32(Bytes& out, uint32_t v) {
-    for (int i = 0; i < 4; ++i) out.push_back(static_cast<uint8_t>(v >> (8 * i)));
-}
-
 Bytes ddsFile(int32_t width, int32_t height, const Bytes& blocks) {
-    Bytes f = {'D', 'D', 'S', ' '};
-    put32(f, 124);                                 // header size
-    put32(f, 0x1 | 0x2 | 0x4 | 0x1000 | 0x80000);  // caps, height, width, pixel format, linear size
-    put32(f, static_cast<uint32_t>(height));
-    put32(f, static_cast<uint32_t>(width));
-    put32(f, static_cast<uint32_t>(blocks.size()));  // linear size
-    put32(f, 0);                                     // depth
-    put32(f, 1);                                     // mipmaps
-    for (int i = 0; i < 11; ++i) put32(f, 0);
-    put32(f, 32);   // pixel format size
-    put32(f, 0x4);  // four-character code present
-    f.insert(f.end(), {'D', 'X', '1', '0'});
-    for (int i = 0; i < 5; ++i) put32(f, 0);  // bit count, masks
-    put32(f, 0x1000);                         // texture
-    for (int i = 0; i < 4; ++i) put32(f, 0);
-    put32(f, kDxgiFormatBc7Unorm);
-    put32(f, 3);  // two-dimensional texture
-    put32(f, 0);
-    put32(f, 1);  // array size
-    put32(f, 0);
-    f.insert(f.end(), blocks.begin(), blocks.end());
-    return f;
+    return container::formatDds({width, height, container::DdsFormat::Bc7, blocks});
 }
 
 // Writes `bits` bits of value at bit position `at` (bit 0 = lowest bit of byte 0).

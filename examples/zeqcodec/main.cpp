@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "zeqcodec/commands.h"
+#include "zeqcodec/jpeg_decoder.h"
 
 namespace zeqcodec {
 namespace {
@@ -10,6 +11,7 @@ namespace {
 // Each codec adds its subcommands here.
 const Command kCommands[] = {
     {"help", nullptr, "help"},
+    {"jpeg-decode", runJpegDecode, "jpeg-decode IN.jpg OUT.ppm [--scale 1|1/2|1/4]"},
 };
 
 int usage(FILE* out) {

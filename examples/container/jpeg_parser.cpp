@@ -45,19 +45,19 @@ bool isRestart(uint8_t m) { return m >= MarkerRST0 && m <= MarkerRST0 + 7; }
 
 const char* frameName(uint8_t m) {
     switch (m) {
-    case 0xC5:
-    case 0xC6:
-    case 0xC7:
-        return "hierarchical (differential) frames are not supported";
-    case 0xC9:
-    case 0xCA:
-    case 0xCB:
-    case 0xCD:
-    case 0xCE:
-    case 0xCF:
-        return "arithmetic-coded frames are not supported";
-    default:
-        return nullptr;
+        case 0xC5:
+        case 0xC6:
+        case 0xC7:
+            return "hierarchical (differential) frames are not supported";
+        case 0xC9:
+        case 0xCA:
+        case 0xCB:
+        case 0xCD:
+        case 0xCE:
+        case 0xCF:
+            return "arithmetic-coded frames are not supported";
+        default:
+            return nullptr;
     }
 }
 
@@ -68,10 +68,9 @@ bool parseFrame(uint8_t marker, SegmentReader r, JpegFrame& frame, std::string* 
     if (!r.u8(frame.precision) || !r.u16(frame.height) || !r.u16(frame.width) || !r.u8(count))
         return fail(error, "frame header is truncated");
     const bool lossless = marker == MarkerSOF3;
-    const bool precisionOk = lossless ? frame.precision >= 2 && frame.precision <= 16
-                             : marker == MarkerSOF0
-                                 ? frame.precision == 8
-                                 : frame.precision == 8 || frame.precision == 12;
+    const bool precisionOk = lossless               ? frame.precision >= 2 && frame.precision <= 16
+                             : marker == MarkerSOF0 ? frame.precision == 8
+                                                    : frame.precision == 8 || frame.precision == 12;
     if (!precisionOk)
         return fail(error, "frame sample precision " + std::to_string(frame.precision) +
                                " is not valid for this frame type");
@@ -218,8 +217,7 @@ bool parseJpegFile(const uint8_t* data, size_t size, JpegParsedFile& file, std::
     size_t at = 2;
     while (true) {
         if (at >= size) break;  // a file cut off before EOI: what was read stands
-        if (data[at] != 0xFF)
-            return fail(error, "expected a marker at byte " + std::to_string(at));
+        if (data[at] != 0xFF) return fail(error, "expected a marker at byte " + std::to_string(at));
         while (at < size && data[at] == 0xFF) ++at;  // fill bytes
         if (at >= size) break;
         const uint8_t marker = data[at++];
@@ -238,49 +236,49 @@ bool parseJpegFile(const uint8_t* data, size_t size, JpegParsedFile& file, std::
         const size_t next = at + length;
         if (const char* refused = frameName(marker)) return fail(error, refused);
         switch (marker) {
-        case MarkerSOF0:
-        case MarkerSOF1:
-        case MarkerSOF2:
-        case MarkerSOF3:
-            if (haveFrame) return fail(error, "a second frame header");
-            if (!parseFrame(marker, payload, file.frame, error)) return false;
-            haveFrame = true;
-            break;
-        case MarkerDQT:
-            if (!parseQuantTables(payload, tables, error)) return false;
-            break;
-        case MarkerDHT:
-            if (!parseHuffmanTables(payload, tables, error)) return false;
-            break;
-        case MarkerDRI: {
-            SegmentReader r = payload;
-            if (length != 4 || !r.u16(tables.restartInterval))
-                return fail(error, "DRI segment has a wrong length");
-            break;
-        }
-        case MarkerSOS: {
-            if (!haveFrame) return fail(error, "scan before the frame header");
-            JpegParsedScan scan;
-            if (!parseScanHeader(payload, file.frame, scan.header, error)) return false;
-            scan.tables = tables;
-            scan.dataOffset = next;
-            const size_t end = endOfEntropyData(data, size, next);
-            scan.dataSize = end - next;
-            file.scans.push_back(std::move(scan));
-            at = end;
-            continue;
-        }
-        case MarkerAPP0:
-            if (length >= 2 + 5 && std::memcmp(data + at + 2, "JFIF", 5) == 0) file.jfif = true;
-            break;
-        case kMarkerAPP14:
-            if (length >= 2 + 12 && std::memcmp(data + at + 2, "Adobe", 5) == 0) {
-                file.adobe = true;
-                file.adobeTransform = data[at + 2 + 11];
+            case MarkerSOF0:
+            case MarkerSOF1:
+            case MarkerSOF2:
+            case MarkerSOF3:
+                if (haveFrame) return fail(error, "a second frame header");
+                if (!parseFrame(marker, payload, file.frame, error)) return false;
+                haveFrame = true;
+                break;
+            case MarkerDQT:
+                if (!parseQuantTables(payload, tables, error)) return false;
+                break;
+            case MarkerDHT:
+                if (!parseHuffmanTables(payload, tables, error)) return false;
+                break;
+            case MarkerDRI: {
+                SegmentReader r = payload;
+                if (length != 4 || !r.u16(tables.restartInterval))
+                    return fail(error, "DRI segment has a wrong length");
+                break;
             }
-            break;
-        default:  // other APPn, COM, DNL, DAC and reserved markers carry nothing we use
-            break;
+            case MarkerSOS: {
+                if (!haveFrame) return fail(error, "scan before the frame header");
+                JpegParsedScan scan;
+                if (!parseScanHeader(payload, file.frame, scan.header, error)) return false;
+                scan.tables = tables;
+                scan.dataOffset = next;
+                const size_t end = endOfEntropyData(data, size, next);
+                scan.dataSize = end - next;
+                file.scans.push_back(std::move(scan));
+                at = end;
+                continue;
+            }
+            case MarkerAPP0:
+                if (length >= 2 + 5 && std::memcmp(data + at + 2, "JFIF", 5) == 0) file.jfif = true;
+                break;
+            case kMarkerAPP14:
+                if (length >= 2 + 12 && std::memcmp(data + at + 2, "Adobe", 5) == 0) {
+                    file.adobe = true;
+                    file.adobeTransform = data[at + 2 + 11];
+                }
+                break;
+            default:  // other APPn, COM, DNL, DAC and reserved markers carry nothing we use
+                break;
         }
         at = next;
     }

@@ -37,9 +37,9 @@ struct JpegParsedFile {
     JpegFrame frame;
     std::vector<JpegParsedScan> scans;
     bool sawEndOfImage = false;
-    bool jfif = false;            // an APP0 "JFIF" segment was seen
-    bool adobe = false;           // an APP14 "Adobe" segment was seen
-    uint8_t adobeTransform = 0;   // its colour transform flag
+    bool jfif = false;           // an APP0 "JFIF" segment was seen
+    bool adobe = false;          // an APP14 "Adobe" segment was seen
+    uint8_t adobeTransform = 0;  // its colour transform flag
 };
 
 // Parses a whole file held in memory. Accepts SOF0, SOF1, SOF2 and SOF3

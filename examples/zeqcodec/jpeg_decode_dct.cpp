@@ -73,8 +73,8 @@ bool samplingSupported(const JpegFrame& frame, std::string* error) {
     std::string factors;
     for (const JpegComponent& k : c)
         factors += (factors.empty() ? "" : ", ") + std::to_string(k.h) + "x" + std::to_string(k.v);
-    return fail(error, "sampling factors " + factors +
-                           " are not supported (only 4:4:4, 4:2:2 and 4:2:0)");
+    return fail(error,
+                "sampling factors " + factors + " are not supported (only 4:4:4, 4:2:2 and 4:2:0)");
 }
 
 // Component geometry at the requested scale. Each component's inverse DCT
@@ -294,8 +294,7 @@ bool decodeSinglePass(const uint8_t* data, size_t size, const JpegParsedScan& sc
         data, size, scan, layout,
         [&](int32_t m, int32_t c, int32_t bx, int32_t by, ScanReader& r) {
             const ZeqStatus s = zeqiDecodeHuffman8x8_JPEG_1u16s_C1(
-                r.src, r.size, &r.pos, block, &r.lastDC[m], &r.marker, dc[m], ac[m],
-                r.state.get());
+                r.src, r.size, &r.pos, block, &r.lastDC[m], &r.marker, dc[m], ac[m], r.state.get());
             if (s != StatusOk) return s;
             const Component& k = layout.components[size_t(c)];
             uint8_t* dst = planes.plane[c] + size_t(by) * k.blockSize * step + bx * k.blockSize;
@@ -310,8 +309,8 @@ bool decodeSinglePass(const uint8_t* data, size_t size, const JpegParsedScan& sc
         error);
 }
 
-bool decodeScanCoefficients(const uint8_t* data, size_t size, const JpegParsedScan& scan, bool progressive,
-                            Layout& layout, std::string* error) {
+bool decodeScanCoefficients(const uint8_t* data, size_t size, const JpegParsedScan& scan,
+                            bool progressive, Layout& layout, std::string* error) {
     ScanTables tables;
     if (!tables.build(scan, error)) return false;
     const JpegScanHeader& h = scan.header;
@@ -340,8 +339,8 @@ bool decodeScanCoefficients(const uint8_t* data, size_t size, const JpegParsedSc
             if (!refine)
                 return zeqiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(
                     r.src, r.size, &r.pos, b, &r.marker, ss, se, al, ac[m], r.state.get());
-            return zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(
-                r.src, r.size, &r.pos, b, &r.marker, ss, se, al, ac[m], r.state.get());
+            return zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.marker,
+                                                               ss, se, al, ac[m], r.state.get());
         },
         [](int32_t) {}, error);
 }
@@ -356,7 +355,8 @@ void reconstructStored(Layout& layout, OutputWriter& writer, Progress& progress)
             const int32_t bs = k.blockSize;
             for (int32_t by = my * k.v; by < (my + 1) * k.v; ++by)
                 for (int32_t bx = 0; bx < k.blocksWide; ++bx) {
-                    const int16_t* b = k.coefficients.data() + (size_t(by) * k.blocksWide + bx) * 64;
+                    const int16_t* b =
+                        k.coefficients.data() + (size_t(by) * k.blocksWide + bx) * 64;
                     uint8_t* dst = planes.plane[c] + size_t(by) * bs * step + bx * bs;
                     inverseForStored(bs, b)(b, dst, step, k.quant);
                 }
@@ -370,12 +370,12 @@ void reconstructStored(Layout& layout, OutputWriter& writer, Progress& progress)
 
 }  // namespace
 
-bool decodeDct(const uint8_t* data, size_t size, const JpegParsedFile& file, const JpegDecodeOptions& options,
-               zeq::container::Image& image, std::string* error) {
+bool decodeDct(const uint8_t* data, size_t size, const JpegParsedFile& file,
+               const JpegDecodeOptions& options, zeq::container::Image& image, std::string* error) {
     const JpegFrame& frame = file.frame;
     if (frame.precision != 8)
-        return fail(error, std::to_string(frame.precision) +
-                               "-bit samples are not supported (8-bit only)");
+        return fail(
+            error, std::to_string(frame.precision) + "-bit samples are not supported (8-bit only)");
     if (!samplingSupported(frame, error)) return false;
     const bool progressive = frame.sofMarker == zeq::container::MarkerSOF2;
     for (const JpegParsedScan& scan : file.scans)
@@ -383,7 +383,8 @@ bool decodeDct(const uint8_t* data, size_t size, const JpegParsedFile& file, con
 
     Layout layout;
     buildLayout(frame, options.scaleDenominator, layout);
-    const ColourSpace space = colourSpaceOf(file);
+    ColourSpace space = colourSpaceOf(file);
+    if (!options.convertColour && space == ColourSpace::YCbCr) space = ColourSpace::RGB;
     prepareImage(image, layout.outWidth, layout.outHeight, space == ColourSpace::Grey ? 1 : 3);
     OutputWriter writer(layout.planes, space, image);
     Progress progress(progressWanted(options, frame.width, frame.height), layout.outHeight);
@@ -402,8 +403,8 @@ bool decodeDct(const uint8_t* data, size_t size, const JpegParsedFile& file, con
     }
     for (size_t c = 0; c < layout.components.size(); ++c)
         if (!layout.components[c].quantSet)
-            return fail(error, "component " + std::to_string(frame.components[c].id) +
-                                   " is in no scan");
+            return fail(error,
+                        "component " + std::to_string(frame.components[c].id) + " is in no scan");
     reconstructStored(layout, writer, progress);
     return true;
 }

@@ -15,6 +15,7 @@
 
 namespace zeqcodec::jpegdec {
 
+// RGB also stands for any three planes copied out as they are.
 enum class ColourSpace { Grey, YCbCr, RGB };
 
 // Three components are YCbCr unless the file says RGB (component ids 'R',
@@ -105,8 +106,7 @@ bool takeRestartMarker(const uint8_t* data, int32_t size, int32_t& pos, int32_t&
 
 // Decoding paths; each sets *error on failure.
 bool decodeDct(const uint8_t* data, size_t size, const zeq::container::JpegParsedFile& file,
-               const JpegDecodeOptions& options, zeq::container::Image& image,
-               std::string* error);
+               const JpegDecodeOptions& options, zeq::container::Image& image, std::string* error);
 bool decodeLossless(const uint8_t* data, size_t size, const zeq::container::JpegParsedFile& file,
                     const JpegDecodeOptions& options, zeq::container::Image& image,
                     std::string* error);

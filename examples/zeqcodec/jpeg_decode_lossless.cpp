@@ -67,8 +67,7 @@ bool decodeScan(const uint8_t* data, size_t size, const JpegParsedScan& scan, in
                 zeqiReconstructPredFirstRow_JPEG_16s_C1(diff[m], current[m], width, 8,
                                                         pointTransform);
             else
-                zeqiReconstructPredRow_JPEG_16s_C1(diff[m], above[m], current[m], width,
-                                                   predictor);
+                zeqiReconstructPredRow_JPEG_16s_C1(diff[m], above[m], current[m], width, predictor);
             uint8_t* out = planes.plane[members[m].componentIndex] + size_t(y) * planes.step;
             for (int32_t x = 0; x < width; ++x) {
                 const int32_t v = int32_t(current[m][x]) * (1 << pointTransform);
@@ -111,7 +110,8 @@ bool decodeLossless(const uint8_t* data, size_t size, const JpegParsedFile& file
     }
     if (std::find(seen.begin(), seen.end(), false) != seen.end())
         return fail(error, "a component is in no scan");
-    const ColourSpace space = colourSpaceOf(file);
+    ColourSpace space = colourSpaceOf(file);
+    if (!options.convertColour && space == ColourSpace::YCbCr) space = ColourSpace::RGB;
     prepareImage(image, frame.width, frame.height, space == ColourSpace::Grey ? 1 : 3);
     Progress progress(progressWanted(options, frame.width, frame.height), frame.height);
     OutputWriter writer(planes, space, image);

@@ -85,11 +85,10 @@ void OutputWriter::rows(int32_t begin, int32_t end) {
                     zeqiSampleUpRowH2V1_Triangle_JPEG_8u_C1(plane + size_t(row) * step, w, dst);
                 } else {
                     const int32_t nearRow = row >> 1;
-                    const int32_t farRow = (row & 1) ? std::min(nearRow + 1, lastRow)
-                                                     : std::max(nearRow - 1, 0);
+                    const int32_t farRow =
+                        (row & 1) ? std::min(nearRow + 1, lastRow) : std::max(nearRow - 1, 0);
                     zeqiSampleUpRowH2V2_Triangle_JPEG_8u_C1(plane + size_t(nearRow) * step,
-                                                            plane + size_t(farRow) * step, w,
-                                                            dst);
+                                                            plane + size_t(farRow) * step, w, dst);
                 }
             }
             src[c] = scratch;
@@ -133,8 +132,8 @@ bool takeRestartMarker(const uint8_t* data, int32_t size, int32_t& pos, int32_t&
     if (marker == 0) {
         // The reader stopped short of the marker: skip what is left of the
         // interval's last byte and find it.
-        while (pos + 1 < size && !(data[pos] == 0xFF && data[pos + 1] != 0x00 &&
-                                   data[pos + 1] != 0xFF))
+        while (pos + 1 < size &&
+               !(data[pos] == 0xFF && data[pos + 1] != 0x00 && data[pos + 1] != 0xFF))
             ++pos;
         if (pos + 1 >= size) return false;
         marker = data[pos + 1];
@@ -148,18 +147,18 @@ bool takeRestartMarker(const uint8_t* data, int32_t size, int32_t& pos, int32_t&
 
 std::string statusText(ZeqStatus status) {
     switch (status) {
-    case StatusBufferExhausted:
-        return "the entropy-coded data end too early (truncated file)";
-    case StatusCoefficientRange:
-        return "the entropy-coded data are corrupt (invalid code or marker inside a scan)";
-    case StatusBlockOverrun:
-        return "the entropy-coded data are corrupt (a block runs past 64 coefficients)";
-    case StatusHuffmanTable:
-        return "a Huffman table is invalid";
-    case StatusBadArgument:
-        return "a scan parameter is out of range";
-    default:
-        return "the library reported status " + std::to_string(status);
+        case StatusBufferExhausted:
+            return "the entropy-coded data end too early (truncated file)";
+        case StatusCoefficientRange:
+            return "the entropy-coded data are corrupt (invalid code or marker inside a scan)";
+        case StatusBlockOverrun:
+            return "the entropy-coded data are corrupt (a block runs past 64 coefficients)";
+        case StatusHuffmanTable:
+            return "a Huffman table is invalid";
+        case StatusBadArgument:
+            return "a scan parameter is out of range";
+        default:
+            return "the library reported status " + std::to_string(status);
     }
 }
 

@@ -61,7 +61,8 @@ int runJpegDecode(const Arguments& args) {
     std::string error;
     if (!parsed.parse(args, {}, {"--scale"}, &error)) return reportError(command, error);
     if (parsed.positional().size() != 2)
-        return reportError(command, "usage: zeqcodec jpeg-decode IN.jpg OUT.ppm [--scale 1|1/2|1/4]");
+        return reportError(command,
+                           "usage: zeqcodec jpeg-decode IN.jpg OUT.ppm [--scale 1|1/2|1/4]");
     JpegDecodeOptions options;
     options.reportProgress = true;
     const std::string scale = parsed.value("--scale", "1");

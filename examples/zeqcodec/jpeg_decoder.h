@@ -15,6 +15,7 @@ namespace zeqcodec {
 struct JpegDecodeOptions {
     int32_t scaleDenominator = 1;  // 1, 2 or 4: output is ceil(size / denominator)
     bool reportProgress = false;   // a progress line on stderr above 20 megapixels
+    bool convertColour = true;     // false: YCbCr files give up-sampled Y, Cb, Cr triples
     int32_t threads = 1;           // 2: entropy decoding and reconstruction overlap
 };
 

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "container/jpeg_parser.h"
-
 #include "tests/jpeg/entropy/huffman_test_support.h"
 #include "tests/jpeg/entropy/photo_blocks.h"
 

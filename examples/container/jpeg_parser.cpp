@@ -190,10 +190,9 @@ bool parseScanHeader(SegmentReader r, const JpegFrame& frame, JpegScanHeader& sc
 size_t endOfEntropyData(const uint8_t* data, size_t size, size_t from) {
     size_t i = from;
     while (i < size) {
-        if (data[i] != 0xFF) {
-            ++i;
-            continue;
-        }
+        const void* ff = std::memchr(data + i, 0xFF, size - i);
+        if (!ff) return size;
+        i = size_t(static_cast<const uint8_t*>(ff) - data);
         size_t j = i + 1;
         while (j < size && data[j] == 0xFF) ++j;
         if (j >= size) return size;

@@ -8,7 +8,11 @@
 // reconstruct MCU row by MCU row the same way.
 #include <algorithm>
 #include <climits>
+#include <condition_variable>
 #include <cstring>
+#include <memory>
+#include <mutex>
+#include <thread>
 
 #include "zeqcodec/jpeg_decode_internal.h"
 
@@ -113,9 +117,9 @@ void buildLayout(const JpegFrame& frame, int32_t denominator, Layout& layout) {
         p.upH[i] = layout.hmax * minSize / (k.h * size);
         p.upV[i] = layout.vmax * minSize / (k.v * size);
         step = std::max(step, k.blocksWide * size);
-        rows[i] = k.blocksHigh * size;
+        rows[i] = 2 * k.v * size;  // the MCU row being filled and the one before
     }
-    layout.planes.allocate(int32_t(frame.components.size()), step, rows);
+    layout.planes.allocate(int32_t(frame.components.size()), step, rows, true);
 }
 
 bool setQuant(const JpegParsedScan& scan, const JpegFrame& frame, Layout& layout,
@@ -297,7 +301,7 @@ bool decodeSinglePass(const uint8_t* data, size_t size, const JpegParsedScan& sc
                 r.src, r.size, &r.pos, block, &r.lastDC[m], &r.marker, dc[m], ac[m], r.state.get());
             if (s != StatusOk) return s;
             const Component& k = layout.components[size_t(c)];
-            uint8_t* dst = planes.plane[c] + size_t(by) * k.blockSize * step + bx * k.blockSize;
+            uint8_t* dst = planes.row(c, by * k.blockSize) + bx * k.blockSize;
             return inverseFor(k.blockSize, r.state.coveredCount())(block, dst, step, k.quant);
         },
         [&](int32_t mcuRow) {
@@ -307,6 +311,137 @@ bool decodeSinglePass(const uint8_t* data, size_t size, const JpegParsedScan& sc
             progress.rowsDone(done);
         },
         error);
+}
+
+// Two threads: a worker runs the Huffman decoder over MCU rows into a few
+// coefficient slots while the calling thread transforms and converts the
+// rows it has finished, so entropy decoding overlaps everything after it.
+class McuRowSlots {
+public:
+    static constexpr int32_t kSlots = 4;
+
+    explicit McuRowSlots(const Layout& layout) {
+        for (const Component& k : layout.components) {
+            offset_.push_back(blocksPerRow_);
+            blocksPerRow_ += k.v * k.blocksWide;
+        }
+        coefficients_.reset(new int16_t[size_t(kSlots) * blocksPerRow_ * 64]);
+        covered_.reset(new uint8_t[size_t(kSlots) * blocksPerRow_]);
+    }
+    size_t index(const Layout& layout, int32_t mcuRow, int32_t c, int32_t bx, int32_t by) const {
+        const Component& k = layout.components[size_t(c)];
+        return size_t(mcuRow % kSlots) * blocksPerRow_ + offset_[size_t(c)] +
+               size_t(by - mcuRow * k.v) * k.blocksWide + bx;
+    }
+    int16_t* block(size_t i) { return coefficients_.get() + i * 64; }
+    uint8_t& covered(size_t i) { return covered_[i]; }
+
+    // Worker side: row `mcuRow` is decoded; wait until the next row's slot is free.
+    bool publish(int32_t mcuRow) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        produced_ = mcuRow + 1;
+        changed_.notify_all();
+        changed_.wait(lock, [&] { return stop_ || consumed_ >= mcuRow + 2 - kSlots; });
+        return !stop_;
+    }
+    void finish(bool ok) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        failed_ = !ok;
+        finished_ = true;
+        changed_.notify_all();
+    }
+    // Caller side: wait for row `mcuRow`; false when the worker failed first.
+    bool await(int32_t mcuRow) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait(lock, [&] { return produced_ > mcuRow || finished_; });
+        return produced_ > mcuRow;
+    }
+    void release(int32_t mcuRow) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        consumed_ = mcuRow + 1;
+        changed_.notify_all();
+    }
+    void stop() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        stop_ = true;
+        changed_.notify_all();
+    }
+
+private:
+    std::vector<size_t> offset_;
+    size_t blocksPerRow_ = 0;
+    std::unique_ptr<int16_t[]> coefficients_;
+    std::unique_ptr<uint8_t[]> covered_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    int32_t produced_ = 0, consumed_ = 0;
+    bool finished_ = false, failed_ = false, stop_ = false;
+};
+
+bool decodeSinglePassTwoThreads(const uint8_t* data, size_t size, const JpegParsedScan& scan,
+                                Layout& layout, OutputWriter& writer, Progress& progress,
+                                std::string* error) {
+    ScanTables tables;
+    if (!tables.build(scan, error)) return false;
+    const HuffmanDecodeSpec* dc[4];
+    const HuffmanDecodeSpec* ac[4];
+    for (size_t m = 0; m < scan.header.components.size(); ++m) {
+        dc[m] = tables.dc[scan.header.components[m].dcTable].get();
+        ac[m] = tables.ac[scan.header.components[m].acTable].get();
+    }
+    McuRowSlots slots(layout);
+    std::string workerError;
+    std::thread worker([&] {
+        int32_t row = 0;
+        const bool ok = walkScan(
+            data, size, scan, layout,
+            [&](int32_t m, int32_t c, int32_t bx, int32_t by, ScanReader& r) -> ZeqStatus {
+                if (row < 0) return StatusBadArgument;  // the caller has stopped
+                const size_t i = slots.index(layout, row, c, bx, by);
+                const ZeqStatus s = zeqiDecodeHuffman8x8_JPEG_1u16s_C1(
+                    r.src, r.size, &r.pos, slots.block(i), &r.lastDC[m], &r.marker, dc[m], ac[m],
+                    r.state.get());
+                slots.covered(i) = static_cast<uint8_t>(r.state.coveredCount());
+                return s;
+            },
+            [&](int32_t mcuRow) {
+                row = mcuRow + 1;
+                if (!slots.publish(mcuRow)) row = -1;
+            },
+            &workerError);
+        slots.finish(ok);
+    });
+    PlaneSet& planes = layout.planes;
+    const int32_t step = planes.step;
+    int32_t done = 0;
+    bool ok = true;
+    for (int32_t my = 0; my < layout.mcusY && ok; ++my) {
+        if (!slots.await(my)) {
+            ok = false;
+            break;
+        }
+        for (size_t c = 0; c < layout.components.size(); ++c) {
+            const Component& k = layout.components[c];
+            const int32_t bs = k.blockSize;
+            const int32_t blocksWide =
+                scan.header.components.size() == 1 ? k.scanBlocksWide : k.blocksWide;
+            for (int32_t by = my * k.v; by < (my + 1) * k.v; ++by)
+                for (int32_t bx = 0; bx < blocksWide; ++bx) {
+                    const size_t i = slots.index(layout, my, int32_t(c), bx, by);
+                    uint8_t* dst = planes.row(int32_t(c), by * bs) + bx * bs;
+                    inverseFor(bs, slots.covered(i))(slots.block(i), dst, step, k.quant);
+                }
+        }
+        slots.release(my);
+        const int32_t ready = rowsReady(layout, my);
+        if (ready > done) writer.rows(done, ready);
+        done = std::max(done, ready);
+        progress.rowsDone(done);
+    }
+    slots.stop();
+    worker.join();
+    if (!ok) *error = workerError.empty() ? "the entropy-coded data are corrupt" : workerError;
+    return ok;
 }
 
 bool decodeScanCoefficients(const uint8_t* data, size_t size, const JpegParsedScan& scan,
@@ -357,7 +492,7 @@ void reconstructStored(Layout& layout, OutputWriter& writer, Progress& progress)
                 for (int32_t bx = 0; bx < k.blocksWide; ++bx) {
                     const int16_t* b =
                         k.coefficients.data() + (size_t(by) * k.blocksWide + bx) * 64;
-                    uint8_t* dst = planes.plane[c] + size_t(by) * bs * step + bx * bs;
+                    uint8_t* dst = planes.row(int32_t(c), by * bs) + bx * bs;
                     inverseForStored(bs, b)(b, dst, step, k.quant);
                 }
         }
@@ -393,6 +528,9 @@ bool decodeDct(const uint8_t* data, size_t size, const JpegParsedFile& file,
                             file.scans[0].header.components.size() == frame.components.size();
     if (singlePass) {
         if (!setQuant(file.scans[0], frame, layout, error)) return false;
+        if (options.threads >= 2)
+            return decodeSinglePassTwoThreads(data, size, file.scans[0], layout, writer, progress,
+                                              error);
         return decodeSinglePass(data, size, file.scans[0], layout, writer, progress, error);
     }
     for (Component& k : layout.components)

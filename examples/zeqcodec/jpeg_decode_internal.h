@@ -5,6 +5,7 @@
 #define ZEQCODEC_JPEG_DECODE_INTERNAL_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,17 +24,24 @@ enum class ColourSpace { Grey, YCbCr, RGB };
 ColourSpace colourSpaceOf(const zeq::container::JpegParsedFile& file);
 
 // Sample planes of the components (8-bit, one shared row step), with the
-// factors that bring each to the output size.
+// factors that bring each to the output size. A plane may be a ring of rows
+// (row r lives at r mod ring), so a streaming decode keeps only the MCU rows
+// still to be converted, in cache.
 struct PlaneSet {
     int32_t count = 0;
     int32_t step = 0;
-    std::vector<uint8_t> storage;
+    std::unique_ptr<uint8_t[]> storage;
     uint8_t* plane[3] = {};
+    int32_t ring[3] = {};                   // rows held, 0 = the whole plane
     int32_t width[3] = {}, height[3] = {};  // valid samples
     int32_t upH[3] = {1, 1, 1}, upV[3] = {1, 1, 1};
 
-    // Allocates `rows` rows per plane (uninitialised contents).
-    void allocate(int32_t planes, int32_t rowStep, const int32_t rows[3]);
+    // Allocates `rows` rows per plane (uninitialised contents); a plane of
+    // fewer rows than its height is a ring.
+    void allocate(int32_t planes, int32_t rowStep, const int32_t rows[3], bool rings);
+    uint8_t* row(int32_t c, int32_t r) const {
+        return plane[c] + size_t(ring[c] ? r % ring[c] : r) * size_t(step);
+    }
 };
 
 // Prints "zeqcodec jpeg-decode: NN%" on stderr while rows are produced, for

@@ -68,7 +68,7 @@ bool decodeScan(const uint8_t* data, size_t size, const JpegParsedScan& scan, in
                                                         pointTransform);
             else
                 zeqiReconstructPredRow_JPEG_16s_C1(diff[m], above[m], current[m], width, predictor);
-            uint8_t* out = planes.plane[members[m].componentIndex] + size_t(y) * planes.step;
+            uint8_t* out = planes.row(members[m].componentIndex, y);
             for (int32_t x = 0; x < width; ++x) {
                 const int32_t v = int32_t(current[m][x]) * (1 << pointTransform);
                 out[x] = static_cast<uint8_t>(std::clamp(v, 0, 255));
@@ -98,7 +98,7 @@ bool decodeLossless(const uint8_t* data, size_t size, const JpegParsedFile& file
         return fail(error, "scaled decoding is for DCT files; lossless files decode at full size");
     PlaneSet planes;
     const int32_t rows[3] = {frame.height, frame.height, frame.height};
-    planes.allocate(int32_t(frame.components.size()), frame.width, rows);
+    planes.allocate(int32_t(frame.components.size()), frame.width, rows, false);
     for (int32_t c = 0; c < planes.count; ++c) {
         planes.width[c] = frame.width;
         planes.height[c] = frame.height;

@@ -23,15 +23,16 @@ ColourSpace colourSpaceOf(const JpegParsedFile& file) {
     return ColourSpace::YCbCr;
 }
 
-void PlaneSet::allocate(int32_t planes, int32_t rowStep, const int32_t rows[3]) {
+void PlaneSet::allocate(int32_t planes, int32_t rowStep, const int32_t rows[3], bool rings) {
     count = planes;
     step = rowStep;
     size_t total = 0;
     for (int32_t c = 0; c < planes; ++c) total += size_t(rowStep) * size_t(rows[c]);
-    storage.resize(total);
+    storage.reset(new uint8_t[total]);
     size_t at = 0;
     for (int32_t c = 0; c < planes; ++c) {
-        plane[c] = storage.data() + at;
+        plane[c] = storage.get() + at;
+        ring[c] = rings ? rows[c] : 0;
         at += size_t(rowStep) * size_t(rows[c]);
     }
 }
@@ -67,14 +68,16 @@ void OutputWriter::rows(int32_t begin, int32_t end) {
     const int32_t width = image_.width;
     const int32_t step = planes_.step;
     const size_t outStep = size_t(width) * size_t(image_.channels);
-    for (int32_t y = begin; y < end; y += kChunkRows) {
-        const int32_t n = std::min(kChunkRows, end - y);
+    for (int32_t y = begin; y < end;) {
+        int32_t n = std::min(kChunkRows, end - y);
+        for (int32_t c = 0; c < planes_.count; ++c)  // no chunk wraps round a ring
+            if (planes_.ring[c] && planes_.upH[c] == 1 && planes_.upV[c] == 1)
+                n = std::min(n, planes_.ring[c] - y % planes_.ring[c]);
         const uint8_t* src[3] = {};
         uint8_t* scratch = upsampled_.data();
         for (int32_t c = 0; c < planes_.count; ++c) {
-            const uint8_t* plane = planes_.plane[c];
             if (planes_.upH[c] == 1 && planes_.upV[c] == 1) {
-                src[c] = plane + size_t(y) * step;
+                src[c] = planes_.row(c, y);
                 continue;
             }
             const int32_t w = planes_.width[c], lastRow = planes_.height[c] - 1;
@@ -82,13 +85,13 @@ void OutputWriter::rows(int32_t begin, int32_t end) {
                 const int32_t row = y + i;
                 uint8_t* dst = scratch + size_t(i) * step;
                 if (planes_.upV[c] == 1) {
-                    zeqiSampleUpRowH2V1_Triangle_JPEG_8u_C1(plane + size_t(row) * step, w, dst);
+                    zeqiSampleUpRowH2V1_Triangle_JPEG_8u_C1(planes_.row(c, row), w, dst);
                 } else {
                     const int32_t nearRow = row >> 1;
                     const int32_t farRow =
                         (row & 1) ? std::min(nearRow + 1, lastRow) : std::max(nearRow - 1, 0);
-                    zeqiSampleUpRowH2V2_Triangle_JPEG_8u_C1(plane + size_t(nearRow) * step,
-                                                            plane + size_t(farRow) * step, w, dst);
+                    zeqiSampleUpRowH2V2_Triangle_JPEG_8u_C1(planes_.row(c, nearRow),
+                                                            planes_.row(c, farRow), w, dst);
                 }
             }
             src[c] = scratch;
@@ -111,6 +114,7 @@ void OutputWriter::rows(int32_t begin, int32_t end) {
                 }
             }
         }
+        y += n;
     }
 }
 

@@ -87,10 +87,11 @@ Difference compare(const Image& a, const Image& b) {
 }
 
 bool ours(const std::vector<uint8_t>& file, int32_t denominator, bool convert, Image& image,
-          std::string* error) {
+          std::string* error, int32_t threads = 1) {
     JpegDecodeOptions options;
     options.scaleDenominator = denominator;
     options.convertColour = convert;
+    options.threads = threads;
     return decodeJpeg(file.data(), file.size(), options, image, error);
 }
 
@@ -130,6 +131,20 @@ TEST(JpegDecoder, ScaledDecodesHaveLibjpegSizesAndStayCloseToItsScaledDecode) {
             const Difference d = compare(mine, theirs);
             EXPECT_LE(d.max, kScaledMaxDifference) << c.name << " 1/" << denominator;
             EXPECT_LT(d.mean, kScaledMeanDifference) << c.name << " 1/" << denominator;
+        }
+    }
+}
+
+TEST(JpegDecoder, TwoThreadDecodesEqualOneThreadDecodes) {
+    uint32_t seed = 70;
+    for (const FileCase& c : kFiles) {
+        const std::vector<uint8_t> file = libjpegFile(c, seed++);
+        for (int32_t denominator : {1, 2}) {
+            Image one, two;
+            std::string error;
+            ASSERT_TRUE(ours(file, denominator, true, one, &error, 1)) << c.name << ": " << error;
+            ASSERT_TRUE(ours(file, denominator, true, two, &error, 2)) << c.name << ": " << error;
+            EXPECT_EQ(one.pixels, two.pixels) << c.name;
         }
     }
 }
@@ -193,10 +208,11 @@ std::vector<std::vector<uint8_t>> corruptionSeeds() {
     return files;
 }
 
-void expectCleanOutcome(const std::vector<uint8_t>& file, int32_t denominator, const char* what) {
+void expectCleanOutcome(const std::vector<uint8_t>& file, int32_t denominator, const char* what,
+                        int32_t threads = 1) {
     Image image;
     std::string error;
-    if (ours(file, denominator, true, image, &error)) {
+    if (ours(file, denominator, true, image, &error, threads)) {
         EXPECT_EQ(image.pixels.size(), size_t(image.width) * image.height * image.channels) << what;
     } else {
         EXPECT_FALSE(error.empty()) << what;
@@ -212,7 +228,7 @@ TEST(JpegDecoder, TruncatedFilesGiveAnErrorOrAnImageAtEverySegmentBoundary) {
         for (size_t cut : segmentBoundaries(file)) {
             const std::vector<uint8_t> head(file.begin(), file.begin() + long(cut));
             expectCleanOutcome(head, 1, "truncated");
-            expectCleanOutcome(head, 4, "truncated");
+            expectCleanOutcome(head, 4, "truncated", 2);
             Image image;
             std::string error;
             if (cut <= firstScan + 4) {
@@ -233,7 +249,7 @@ TEST(JpegDecoder, FilesWithRandomByteFlipsGiveAnErrorOrAnImage) {
             const size_t at = uniform<size_t>(rng, 0, int64_t(file.size()) - 1);
             file[at] = static_cast<uint8_t>(uniform<int>(rng, 0, 255));
         }
-        expectCleanOutcome(file, i % 3 == 0 ? 2 : 1, "flipped");
+        expectCleanOutcome(file, i % 3 == 0 ? 2 : 1, "flipped", 1 + i % 2);
     }
 }
 

@@ -12,13 +12,13 @@
 namespace zeqcodec {
 
 struct JpegEncodeOptions {
-    int32_t quality = 75;         // 1..100
-    int32_t sampling = 420;       // 444, 422 or 420 (ignored for grey input)
-    bool progressive = false;     // SOF2 with a standard scan script
-    bool optimize = false;        // optimal Huffman tables from the statistics
-    int32_t restartInterval = 0;  // MCUs between RSTn markers, 0 = none
-    bool lossless = false;        // SOF3
-    int32_t predictor = 1;        // 1..7, lossless only
+    int32_t quality = 75;          // 1..100
+    int32_t sampling = 420;        // 444, 422 or 420 (ignored for grey input)
+    bool progressive = false;      // SOF2 with a standard scan script
+    bool optimize = false;         // optimal Huffman tables from the statistics
+    int32_t restartInterval = 0;   // MCUs between RSTn markers, 0 = none
+    bool lossless = false;         // SOF3
+    int32_t predictor = 1;         // 1..7, lossless only
 };
 
 // Encodes a grey (1 channel) or RGB (3 channels) image into a JFIF file.

@@ -267,9 +267,16 @@ bool checkScan(const JpegFrame& frame, const JpegParsedScan& scan, bool progress
     return true;
 }
 
+// The decode records of a scan's tables, and which each member uses.
 struct ScanTables {
     DecodeSpec dc[4], ac[4];
+    const HuffmanDecodeSpec* dcOf[4] = {};
+    const HuffmanDecodeSpec* acOf[4] = {};
     bool build(const JpegParsedScan& scan, std::string* error) {
+        for (size_t m = 0; m < scan.header.components.size(); ++m) {
+            dcOf[m] = dc[scan.header.components[m].dcTable].get();
+            acOf[m] = ac[scan.header.components[m].acTable].get();
+        }
         for (const auto& m : scan.header.components) {
             if (scan.tables.dcDefined[m.dcTable] && !dc[m.dcTable].build(scan.tables.dc[m.dcTable]))
                 return fail(error, "DC Huffman table " + std::to_string(m.dcTable) + " is invalid");
@@ -284,12 +291,8 @@ bool decodeSinglePass(const uint8_t* data, size_t size, const JpegParsedScan& sc
                       OutputWriter& writer, Progress& progress, std::string* error) {
     ScanTables tables;
     if (!tables.build(scan, error)) return false;
-    const HuffmanDecodeSpec* dc[4];
-    const HuffmanDecodeSpec* ac[4];
-    for (size_t m = 0; m < scan.header.components.size(); ++m) {
-        dc[m] = tables.dc[scan.header.components[m].dcTable].get();
-        ac[m] = tables.ac[scan.header.components[m].acTable].get();
-    }
+    const HuffmanDecodeSpec* const* dc = tables.dcOf;
+    const HuffmanDecodeSpec* const* ac = tables.acOf;
     PlaneSet& planes = layout.planes;
     const int32_t step = planes.step;
     alignas(16) int16_t block[64];
@@ -383,12 +386,8 @@ bool decodeSinglePassTwoThreads(const uint8_t* data, size_t size, const JpegPars
                                 std::string* error) {
     ScanTables tables;
     if (!tables.build(scan, error)) return false;
-    const HuffmanDecodeSpec* dc[4];
-    const HuffmanDecodeSpec* ac[4];
-    for (size_t m = 0; m < scan.header.components.size(); ++m) {
-        dc[m] = tables.dc[scan.header.components[m].dcTable].get();
-        ac[m] = tables.ac[scan.header.components[m].acTable].get();
-    }
+    const HuffmanDecodeSpec* const* dc = tables.dcOf;
+    const HuffmanDecodeSpec* const* ac = tables.acOf;
     McuRowSlots slots(layout);
     std::string workerError;
     std::thread worker([&] {
@@ -449,12 +448,8 @@ bool decodeScanCoefficients(const uint8_t* data, size_t size, const JpegParsedSc
     ScanTables tables;
     if (!tables.build(scan, error)) return false;
     const JpegScanHeader& h = scan.header;
-    const HuffmanDecodeSpec* dc[4];
-    const HuffmanDecodeSpec* ac[4];
-    for (size_t m = 0; m < h.components.size(); ++m) {
-        dc[m] = tables.dc[h.components[m].dcTable].get();
-        ac[m] = tables.ac[h.components[m].acTable].get();
-    }
+    const HuffmanDecodeSpec* const* dc = tables.dcOf;
+    const HuffmanDecodeSpec* const* ac = tables.acOf;
     const int32_t ss = h.ss, se = h.se, al = h.al;
     const bool refine = h.ah != 0;
     return walkScan(

@@ -9,9 +9,11 @@
 #include <algorithm>
 #include <climits>
 #include <condition_variable>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <thread>
 
 #include "zeqcodec/jpeg_decode_internal.h"
@@ -44,7 +46,9 @@ struct Component {
     int32_t blockSize = 8;                           // output samples per block side
     bool quantSet = false;
     alignas(16) uint16_t quant[64] = {};
-    std::vector<int16_t> coefficients;  // 64 per block, multi-scan files only
+    // 64 per block, multi-scan files only. Zeroed by calloc: large blocks
+    // come as fresh zero pages, with no clearing pass.
+    std::unique_ptr<int16_t, decltype(&std::free)> coefficients{nullptr, &std::free};
 };
 
 struct Layout {
@@ -456,7 +460,7 @@ bool decodeScanCoefficients(const uint8_t* data, size_t size, const JpegParsedSc
         data, size, scan, layout,
         [&](int32_t m, int32_t c, int32_t bx, int32_t by, ScanReader& r) -> ZeqStatus {
             Component& k = layout.components[size_t(c)];
-            int16_t* b = k.coefficients.data() + (size_t(by) * k.blocksWide + bx) * 64;
+            int16_t* b = k.coefficients.get() + (size_t(by) * k.blocksWide + bx) * 64;
             if (!progressive)
                 return zeqiDecodeHuffman8x8_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.lastDC[m],
                                                           &r.marker, dc[m], ac[m], r.state.get());
@@ -485,8 +489,7 @@ void reconstructStored(Layout& layout, OutputWriter& writer, Progress& progress)
             const int32_t bs = k.blockSize;
             for (int32_t by = my * k.v; by < (my + 1) * k.v; ++by)
                 for (int32_t bx = 0; bx < k.blocksWide; ++bx) {
-                    const int16_t* b =
-                        k.coefficients.data() + (size_t(by) * k.blocksWide + bx) * 64;
+                    const int16_t* b = k.coefficients.get() + (size_t(by) * k.blocksWide + bx) * 64;
                     uint8_t* dst = planes.row(int32_t(c), by * bs) + bx * bs;
                     inverseForStored(bs, b)(b, dst, step, k.quant);
                 }
@@ -528,8 +531,11 @@ bool decodeDct(const uint8_t* data, size_t size, const JpegParsedFile& file,
                                               error);
         return decodeSinglePass(data, size, file.scans[0], layout, writer, progress, error);
     }
-    for (Component& k : layout.components)
-        k.coefficients.assign(size_t(k.blocksWide) * size_t(k.blocksHigh) * 64, int16_t{0});
+    for (Component& k : layout.components) {
+        k.coefficients.reset(static_cast<int16_t*>(
+            std::calloc(size_t(k.blocksWide) * size_t(k.blocksHigh) * 64, sizeof(int16_t))));
+        if (!k.coefficients) throw std::bad_alloc();
+    }
     for (const JpegParsedScan& scan : file.scans) {
         if (!setQuant(scan, frame, layout, error)) return false;
         if (!decodeScanCoefficients(data, size, scan, progressive, layout, error)) return false;

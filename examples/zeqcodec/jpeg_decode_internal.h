@@ -63,15 +63,20 @@ private:
 // edges replicated) and colour conversion through the library.
 class OutputWriter {
 public:
-    OutputWriter(const PlaneSet& planes, ColourSpace space, zeq::container::Image& image);
+    // serial: convert in pieces small enough that the library never starts
+    // threads of its own (the two-thread decoder already uses both cores).
+    OutputWriter(const PlaneSet& planes, ColourSpace space, zeq::container::Image& image,
+                 bool serial = false);
     // Converts output rows [begin, end).
     void rows(int32_t begin, int32_t end);
 
 private:
     static constexpr int32_t kChunkRows = 16;
+    static constexpr int32_t kSerialPixels = 8192;  // the library's serial limit
     const PlaneSet& planes_;
     ColourSpace space_;
     zeq::container::Image& image_;
+    bool serial_;
     std::vector<uint8_t> upsampled_;  // kChunkRows rows per up-sampled plane
 };
 

@@ -28,8 +28,6 @@ using zeq::container::JpegParsedScan;
 using zeq::container::JpegQuantTable;
 using zeq::container::JpegScanHeader;
 
-using InverseDct = ZeqStatus (*)(const int16_t*, uint8_t*, int32_t, const uint16_t*);
-
 constexpr int32_t kMaxBlocksPerMcu = 10;
 
 // Zigzag index of each natural position (16-bit DQT tables are reordered
@@ -46,6 +44,7 @@ struct Component {
     int32_t blockSize = 8;                           // output samples per block side
     bool quantSet = false;
     alignas(16) uint16_t quant[64] = {};
+    alignas(16) uint16_t unitDcQuant[64] = {};  // quant with a DC quantizer of 1
     // 64 per block, multi-scan files only. Zeroed by calloc: large blocks
     // come as fresh zero pages, with no clearing pass.
     std::unique_ptr<int16_t, decltype(&std::free)> coefficients{nullptr, &std::free};
@@ -142,25 +141,27 @@ bool setQuant(const JpegParsedScan& scan, const JpegFrame& frame, Layout& layout
         } else {
             for (int i = 0; i < 64; ++i) k.quant[i] = t.zigzag[kZigzagOfNatural[i]];
         }
+        std::copy(std::begin(k.quant), std::end(k.quant), std::begin(k.unitDcQuant));
+        k.unitDcQuant[0] = 1;
         k.quantSet = true;
     }
     return true;
 }
 
-// The inverse transform for a block of the given output size whose nonzero
-// coefficients all lie among the first `covered` zigzag positions.
-InverseDct inverseFor(int32_t blockSize, int32_t covered) {
-    if (blockSize == 4) return zeqiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R;
-    if (blockSize == 2) return zeqiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R;
-    if (covered <= 1) return zeqiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R;
-    if (covered <= 3) return zeqiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R;   // natural 0, 1, 8
-    if (covered <= 10) return zeqiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R;  // up to natural 24
-    return zeqiDCTQuantInv8x8LS_JPEG_16s8u_C1R;
+// Where a block's nonzero coefficients lie, which picks the pruned inverse
+// transform that still reads them all.
+enum class Coverage { Dc, TopLeft2x2, TopLeft4x4, Full };
+
+// From the block decoder's count of zigzag positions reached.
+Coverage coverageOfCount(int32_t covered) {
+    if (covered <= 1) return Coverage::Dc;
+    if (covered <= 3) return Coverage::TopLeft2x2;   // natural 0, 1, 8
+    if (covered <= 10) return Coverage::TopLeft4x4;  // up to natural 24
+    return Coverage::Full;
 }
 
-// The same choice for a stored block, from where its nonzero coefficients lie.
-InverseDct inverseForStored(int32_t blockSize, const int16_t* b) {
-    if (blockSize != 8) return inverseFor(blockSize, 64);
+// From the stored coefficients (blocks built over several scans).
+Coverage coverageOfBlock(const int16_t* b) {
     uint64_t lo[8], hi[8];
     for (int r = 0; r < 8; ++r) {
         std::memcpy(&lo[r], b + 8 * r, 8);
@@ -168,12 +169,35 @@ InverseDct inverseForStored(int32_t blockSize, const int16_t* b) {
     }
     if ((hi[0] | hi[1] | hi[2] | hi[3] | lo[4] | hi[4] | lo[5] | hi[5] | lo[6] | hi[6] | lo[7] |
          hi[7]) != 0)
-        return zeqiDCTQuantInv8x8LS_JPEG_16s8u_C1R;
-    if (((lo[0] | lo[1]) >> 32) != 0 || (lo[2] | lo[3]) != 0)
-        return zeqiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R;
-    if ((lo[0] & 0xFFFF0000u) != 0 || (lo[1] & 0xFFFFFFFFu) != 0)
-        return zeqiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R;
-    return zeqiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R;
+        return Coverage::Full;
+    if (((lo[0] | lo[1]) >> 32) != 0 || (lo[2] | lo[3]) != 0) return Coverage::TopLeft4x4;
+    if ((lo[0] & 0xFFFF0000u) != 0 || (lo[1] & 0xFFFFFFFFu) != 0) return Coverage::TopLeft2x2;
+    return Coverage::Dc;
+}
+
+// Transforms one block into the component's plane. A DC-only block takes the
+// 1x1 transform, which truncates D * q / 8; handing it D * q + 4 with a unit
+// quantizer gives the rounded value the full transform would produce, so
+// flat blocks are not darkened by half a level. The block may be changed.
+ZeqStatus inverseBlock(int16_t* block, Coverage coverage, uint8_t* dst, int32_t step,
+                       const Component& k) {
+    if (k.blockSize == 4)
+        return zeqiDCTQuantInv8x8To4x4LS_JPEG_16s8u_C1R(block, dst, step, k.quant);
+    if (k.blockSize == 2)
+        return zeqiDCTQuantInv8x8To2x2LS_JPEG_16s8u_C1R(block, dst, step, k.quant);
+    switch (coverage) {
+        case Coverage::Dc: {
+            const int32_t dc = int32_t(block[0]) * int16_t(k.quant[0]) + 4;
+            block[0] = static_cast<int16_t>(std::clamp(dc, -32768, 32767));
+            return zeqiDCTQuantInv8x8LS_1x1_JPEG_16s8u_C1R(block, dst, step, k.unitDcQuant);
+        }
+        case Coverage::TopLeft2x2:
+            return zeqiDCTQuantInv8x8LS_2x2_JPEG_16s8u_C1R(block, dst, step, k.quant);
+        case Coverage::TopLeft4x4:
+            return zeqiDCTQuantInv8x8LS_4x4_JPEG_16s8u_C1R(block, dst, step, k.quant);
+        default:
+            return zeqiDCTQuantInv8x8LS_JPEG_16s8u_C1R(block, dst, step, k.quant);
+    }
 }
 
 // Output rows that can be produced once MCU row `mcuRow` is in the planes.
@@ -309,7 +333,7 @@ bool decodeSinglePass(const uint8_t* data, size_t size, const JpegParsedScan& sc
             if (s != StatusOk) return s;
             const Component& k = layout.components[size_t(c)];
             uint8_t* dst = planes.row(c, by * k.blockSize) + bx * k.blockSize;
-            return inverseFor(k.blockSize, r.state.coveredCount())(block, dst, step, k.quant);
+            return inverseBlock(block, coverageOfCount(r.state.coveredCount()), dst, step, k);
         },
         [&](int32_t mcuRow) {
             const int32_t ready = rowsReady(layout, mcuRow);
@@ -432,7 +456,7 @@ bool decodeSinglePassTwoThreads(const uint8_t* data, size_t size, const JpegPars
                 for (int32_t bx = 0; bx < blocksWide; ++bx) {
                     const size_t i = slots.index(layout, my, int32_t(c), bx, by);
                     uint8_t* dst = planes.row(int32_t(c), by * bs) + bx * bs;
-                    inverseFor(bs, slots.covered(i))(slots.block(i), dst, step, k.quant);
+                    inverseBlock(slots.block(i), coverageOfCount(slots.covered(i)), dst, step, k);
                 }
         }
         slots.release(my);
@@ -489,9 +513,9 @@ void reconstructStored(Layout& layout, OutputWriter& writer, Progress& progress)
             const int32_t bs = k.blockSize;
             for (int32_t by = my * k.v; by < (my + 1) * k.v; ++by)
                 for (int32_t bx = 0; bx < k.blocksWide; ++bx) {
-                    const int16_t* b = k.coefficients.get() + (size_t(by) * k.blocksWide + bx) * 64;
+                    int16_t* b = k.coefficients.get() + (size_t(by) * k.blocksWide + bx) * 64;
                     uint8_t* dst = planes.row(int32_t(c), by * bs) + bx * bs;
-                    inverseForStored(bs, b)(b, dst, step, k.quant);
+                    inverseBlock(b, bs == 8 ? coverageOfBlock(b) : Coverage::Full, dst, step, k);
                 }
         }
         const int32_t ready = rowsReady(layout, my);

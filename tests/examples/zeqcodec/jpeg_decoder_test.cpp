@@ -50,6 +50,8 @@ const FileCase kFiles[] = {
     {"420 progressive", 90, 66, colour(420, 90, true)},
     {"444 progressive", 41, 39, colour(444, 80, true)},
     {"422 progressive restart 2", 50, 34, colour(422, 92, true, false, 2)},
+    {"420 scan per component", 45, 37, {3, 420, 85, false, false, 0, true}},
+    {"422 scan per component restart 2", 45, 19, {3, 422, 85, false, false, 2, true}},
     {"1x1 grey", 1, 1, grey(90)},
     {"1x1 420", 1, 1, colour(420, 90)},
     {"17x9 420", 17, 9, colour(420, 90)},

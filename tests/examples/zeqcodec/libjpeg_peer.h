@@ -25,7 +25,8 @@ struct LibjpegSettings {
     int32_t quality = 90;
     bool progressive = false;
     bool optimize = false;
-    int32_t restartInterval = 0;  // MCUs
+    int32_t restartInterval = 0;    // MCUs
+    bool scanPerComponent = false;  // sequential, one non-interleaved scan per component
 };
 
 struct LibjpegErrorTrap {
@@ -92,6 +93,19 @@ inline bool libjpegEncode(const container::Image& image, const LibjpegSettings& 
     info.optimize_coding = s.optimize ? TRUE : FALSE;
     info.restart_interval = unsigned(s.restartInterval);
     if (s.progressive) jpeg_simple_progression(&info);
+    jpeg_scan_info scans[3];
+    if (s.scanPerComponent) {
+        for (int c = 0; c < image.channels; ++c) {
+            scans[c].comps_in_scan = 1;
+            scans[c].component_index[0] = c;
+            scans[c].Ss = 0;
+            scans[c].Se = 63;
+            scans[c].Ah = 0;
+            scans[c].Al = 0;
+        }
+        info.scan_info = scans;
+        info.num_scans = image.channels;
+    }
     jpeg_start_compress(&info, TRUE);
     const size_t stride = size_t(image.width) * image.channels;
     while (info.next_scanline < info.image_height) {

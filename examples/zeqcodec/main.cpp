@@ -3,9 +3,10 @@
 #include <cstring>
 
 #include "zeqcodec/commands.h"
-#include "zeqcodec/jpeg_encoder.h"
-#include "zeqcodec/j2k_commands.h"
 #include "zeqcodec/dds_codec.h"
+#include "zeqcodec/j2k_commands.h"
+#include "zeqcodec/jpeg_decoder.h"
+#include "zeqcodec/jpeg_encoder.h"
 #include "zeqcodec/tiff_codec.h"
 
 namespace zeqcodec {
@@ -25,6 +26,7 @@ const Command kCommands[] = {
     {"dds-decode", runDdsDecode, "dds-decode IN.dds OUT.ppm"},
     {"tiff-packbits", runTiffPackBits, "tiff-packbits IN.pgm|IN.ppm OUT.tif"},
     {"tiff-unpack", runTiffUnpack, "tiff-unpack IN.tif OUT.ppm"},
+    {"jpeg-decode", runJpegDecode, "jpeg-decode IN.jpg OUT.ppm [--scale 1|1/2|1/4]"},
 };
 
 int usage(FILE* out) {

@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string>
 #include <vector>
 
+#include "container/jpeg_parser.h"
 #include "container/jpeg_writer.h"
 #include "tests/jpeg/entropy/huffman_test_support.h"
 #include "tests/jpeg/entropy/photo_blocks.h"
@@ -225,64 +227,47 @@ struct ParsedFile {
     bool ok = false;
 };
 
+inline TableDefinition definitionOf(const container::JpegHuffmanTable& t) {
+    TableDefinition d{};
+    d.bits = t.counts;
+    d.values = t.symbols;
+    return d;
+}
+
 // Frame header (SOF0, SOF1 or SOF2), DHT, DRI and every SOS with the data
-// behind it (up to the next marker other than RSTn).
+// behind it, read by the container parser that zeqcodec uses.
 inline ParsedFile parseJpegFile(const std::vector<uint8_t>& file) {
     ParsedFile p;
-    TableDefinition dc[4] = {}, ac[4] = {};
-    size_t at = 2;  // after SOI
-    while (at + 4 <= file.size()) {
-        if (file[at] != 0xFF) return p;
-        const uint8_t m = file[at + 1];
-        if (m == 0xD9) break;
-        const size_t length = size_t(file[at + 2]) << 8 | file[at + 3];
-        const uint8_t* s = file.data() + at + 4;
-        if (m == 0xC0 || m == 0xC1 || m == 0xC2) {
-            p.progressive = m == 0xC2;
-            p.frame.height = s[1] << 8 | s[2];
-            p.frame.width = s[3] << 8 | s[4];
-            for (int i = 0; i < s[5]; ++i)
-                p.frame.components.push_back(
-                    {s[6 + 3 * i], s[7 + 3 * i] >> 4, s[7 + 3 * i] & 15, 0, 0});
-            p.frame.computeBlockCounts();
-        } else if (m == 0xC4) {
-            for (size_t k = 0; k < length - 2;) {
-                TableDefinition& t = (s[k] >> 4) == 0 ? dc[s[k] & 3] : ac[s[k] & 3];
-                int count = 0;
-                for (int i = 0; i < 16; ++i) count += t.bits[i] = s[k + 1 + i];
-                t.values.assign(s + k + 17, s + k + 17 + count);
-                k += 17 + size_t(count);
-            }
-        } else if (m == 0xDD) {
-            p.frame.restartInterval = s[0] << 8 | s[1];
-        } else if (m == 0xDA) {
-            ParsedScan scan;
-            for (int i = 0; i < s[0]; ++i) {
-                for (size_t c = 0; c < p.frame.components.size(); ++c)
-                    if (p.frame.components[c].id == s[1 + 2 * i]) scan.components.push_back(int(c));
-                scan.dcTable[i] = s[2 + 2 * i] >> 4;
-                scan.acTable[i] = s[2 + 2 * i] & 15;
-            }
-            const uint8_t* tail = s + 1 + 2 * s[0];
-            scan.ss = tail[0];
-            scan.se = tail[1];
-            scan.ah = tail[2] >> 4;
-            scan.al = tail[2] & 15;
-            for (int t = 0; t < 4; ++t) {
-                scan.dc[t] = dc[t];
-                scan.ac[t] = ac[t];
-            }
-            at += 2 + length;
-            scan.data.assign(file.begin() + long(at), file.end());
-            while (at + 1 < file.size() && !(file[at] == 0xFF && file[at + 1] != 0x00 &&
-                                             (file[at + 1] < 0xD0 || file[at + 1] > 0xD7)))
-                ++at;
-            p.scans.push_back(std::move(scan));
-            continue;
+    container::JpegParsedFile parsed;
+    std::string error;
+    if (!container::parseJpegFile(file.data(), file.size(), parsed, &error)) return p;
+    const container::JpegFrame& frame = parsed.frame;
+    if (frame.sofMarker == container::MarkerSOF3) return p;
+    p.progressive = frame.sofMarker == container::MarkerSOF2;
+    p.frame.width = frame.width;
+    p.frame.height = frame.height;
+    for (const container::JpegComponent& c : frame.components)
+        p.frame.components.push_back({c.id, c.h, c.v, 0, 0});
+    p.frame.computeBlockCounts();
+    p.frame.restartInterval = parsed.scans[0].tables.restartInterval;
+    for (const container::JpegParsedScan& s : parsed.scans) {
+        ParsedScan scan;
+        for (size_t i = 0; i < s.header.components.size(); ++i) {
+            scan.components.push_back(s.header.components[i].componentIndex);
+            scan.dcTable[i] = s.header.components[i].dcTable;
+            scan.acTable[i] = s.header.components[i].acTable;
         }
-        at += 2 + length;
+        scan.ss = s.header.ss;
+        scan.se = s.header.se;
+        scan.ah = s.header.ah;
+        scan.al = s.header.al;
+        for (int t = 0; t < 4; ++t) {
+            if (s.tables.dcDefined[size_t(t)]) scan.dc[t] = definitionOf(s.tables.dc[size_t(t)]);
+            if (s.tables.acDefined[size_t(t)]) scan.ac[t] = definitionOf(s.tables.ac[size_t(t)]);
+        }
+        scan.data.assign(file.begin() + long(s.dataOffset), file.end());
+        p.scans.push_back(std::move(scan));
     }
-    if (p.scans.empty()) return p;
     // The frame's table choice is that of the first scan (all members of a
     // baseline scan).
     const ParsedScan& first = p.scans[0];

@@ -1,0 +1,179 @@
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "zeqcodec/jpeg_decode_internal.h"
+
+namespace zeqcodec::jpegdec {
+
+using zeq::container::Image;
+using zeq::container::JpegParsedFile;
+
+namespace {
+
+constexpr int64_t kProgressPixels = 20000000;  // a progress line above 20 megapixels
+
+}  // namespace
+
+ColourSpace colourSpaceOf(const JpegParsedFile& file) {
+    const auto& c = file.frame.components;
+    if (c.size() == 1) return ColourSpace::Grey;
+    if (c[0].id == 'R' && c[1].id == 'G' && c[2].id == 'B') return ColourSpace::RGB;
+    if (!file.jfif && file.adobe && file.adobeTransform == 0) return ColourSpace::RGB;
+    return ColourSpace::YCbCr;
+}
+
+void PlaneSet::allocate(int32_t planes, int32_t rowStep, const int32_t rows[3], bool rings) {
+    count = planes;
+    step = rowStep;
+    size_t total = 0;
+    for (int32_t c = 0; c < planes; ++c) total += size_t(rowStep) * size_t(rows[c]);
+    storage.reset(new uint8_t[total]);
+    size_t at = 0;
+    for (int32_t c = 0; c < planes; ++c) {
+        plane[c] = storage.get() + at;
+        ring[c] = rings ? rows[c] : 0;
+        at += size_t(rowStep) * size_t(rows[c]);
+    }
+}
+
+Progress::Progress(bool enabled, int32_t totalRows) : enabled_(enabled), total_(totalRows) {}
+
+Progress::~Progress() {
+    if (enabled_ && lastPercent_ >= 0) std::fputc('\n', stderr);
+}
+
+void Progress::rowsDone(int32_t rows) {
+    if (!enabled_ || total_ < 1) return;
+    const int32_t percent = int32_t(int64_t(rows) * 100 / total_);
+    if (percent / 10 == lastPercent_ / 10 && lastPercent_ >= 0) return;
+    lastPercent_ = percent;
+    std::fprintf(stderr, "\rzeqcodec jpeg-decode: %3d%%", int(percent));
+    std::fflush(stderr);
+}
+
+bool progressWanted(const JpegDecodeOptions& options, int32_t width, int32_t height) {
+    return options.reportProgress && int64_t(width) * height > kProgressPixels;
+}
+
+OutputWriter::OutputWriter(const PlaneSet& planes, ColourSpace space, Image& image, bool serial)
+    : planes_(planes), space_(space), image_(image), serial_(serial) {
+    size_t upsampledPlanes = 0;
+    for (int32_t c = 0; c < planes.count; ++c)
+        if (planes.upH[c] > 1 || planes.upV[c] > 1) ++upsampledPlanes;
+    upsampled_.resize(upsampledPlanes * kChunkRows * size_t(planes.step));
+}
+
+void OutputWriter::rows(int32_t begin, int32_t end) {
+    const int32_t width = image_.width;
+    const int32_t step = planes_.step;
+    const size_t outStep = size_t(width) * size_t(image_.channels);
+    for (int32_t y = begin; y < end;) {
+        int32_t n = std::min(kChunkRows, end - y);
+        for (int32_t c = 0; c < planes_.count; ++c)  // no chunk wraps round a ring
+            if (planes_.ring[c] && planes_.upH[c] == 1 && planes_.upV[c] == 1)
+                n = std::min(n, planes_.ring[c] - y % planes_.ring[c]);
+        const uint8_t* src[3] = {};
+        uint8_t* scratch = upsampled_.data();
+        for (int32_t c = 0; c < planes_.count; ++c) {
+            if (planes_.upH[c] == 1 && planes_.upV[c] == 1) {
+                src[c] = planes_.row(c, y);
+                continue;
+            }
+            const int32_t w = planes_.width[c], lastRow = planes_.height[c] - 1;
+            for (int32_t i = 0; i < n; ++i) {
+                const int32_t row = y + i;
+                uint8_t* dst = scratch + size_t(i) * step;
+                if (planes_.upV[c] == 1) {
+                    zeqiSampleUpRowH2V1_Triangle_JPEG_8u_C1(planes_.row(c, row), w, dst);
+                } else {
+                    const int32_t nearRow = row >> 1;
+                    const int32_t farRow =
+                        (row & 1) ? std::min(nearRow + 1, lastRow) : std::max(nearRow - 1, 0);
+                    zeqiSampleUpRowH2V2_Triangle_JPEG_8u_C1(planes_.row(c, nearRow),
+                                                            planes_.row(c, farRow), w, dst);
+                }
+            }
+            src[c] = scratch;
+            scratch += size_t(kChunkRows) * step;
+        }
+        uint8_t* out = image_.pixels.data() + size_t(y) * outStep;
+        if (space_ == ColourSpace::Grey) {
+            for (int32_t i = 0; i < n; ++i)
+                std::memcpy(out + size_t(i) * outStep, src[0] + size_t(i) * step, size_t(width));
+        } else if (space_ == ColourSpace::YCbCr && !serial_) {
+            zeqiYCbCrToRGB_JPEG_8u_P3C3R(src, step, out, int32_t(outStep), ZeqiSize{width, n});
+        } else if (space_ == ColourSpace::YCbCr) {
+            // Pieces the library converts on the calling thread.
+            for (int32_t i = 0; i < n; ++i)
+                for (int32_t x = 0; x < width; x += kSerialPixels) {
+                    const size_t at = size_t(i) * step + size_t(x);
+                    const uint8_t* const piece[3] = {src[0] + at, src[1] + at, src[2] + at};
+                    zeqiYCbCrToRGB_JPEG_8u_P3C3R(piece, step, out + size_t(i) * outStep + 3 * x,
+                                                 int32_t(outStep),
+                                                 ZeqiSize{std::min(kSerialPixels, width - x), 1});
+                }
+        } else {
+            for (int32_t i = 0; i < n; ++i) {
+                uint8_t* o = out + size_t(i) * outStep;
+                const size_t at = size_t(i) * step;
+                for (int32_t x = 0; x < width; ++x) {
+                    o[3 * x] = src[0][at + x];
+                    o[3 * x + 1] = src[1][at + x];
+                    o[3 * x + 2] = src[2][at + x];
+                }
+            }
+        }
+        y += n;
+    }
+}
+
+void prepareImage(Image& image, int32_t width, int32_t height, int32_t channels) {
+    image.width = width;
+    image.height = height;
+    image.channels = channels;
+    image.pixels.resize(size_t(width) * size_t(height) * size_t(channels));
+}
+
+bool DecodeSpec::build(const zeq::container::JpegHuffmanTable& table) {
+    return zeqiDecodeHuffmanSpecInit_JPEG_8u(table.counts.data(), table.symbols.data(),
+                                             reinterpret_cast<HuffmanDecodeSpec*>(words_)) ==
+           StatusOk;
+}
+
+bool takeRestartMarker(const uint8_t* data, int32_t size, int32_t& pos, int32_t& marker,
+                       int32_t index, DecodeState& state) {
+    if (marker == 0) {
+        // The reader stopped short of the marker: skip what is left of the
+        // interval's last byte and find it.
+        while (pos + 1 < size &&
+               !(data[pos] == 0xFF && data[pos + 1] != 0x00 && data[pos + 1] != 0xFF))
+            ++pos;
+        if (pos + 1 >= size) return false;
+        marker = data[pos + 1];
+        pos += 2;
+    }
+    const bool expected = marker == 0xD0 + (index & 7);
+    marker = 0;
+    state.reset();
+    return expected;
+}
+
+std::string statusText(ZeqStatus status) {
+    switch (status) {
+        case StatusBufferExhausted:
+            return "the entropy-coded data end too early (truncated file)";
+        case StatusCoefficientRange:
+            return "the entropy-coded data are corrupt (invalid code or marker inside a scan)";
+        case StatusBlockOverrun:
+            return "the entropy-coded data are corrupt (a block runs past 64 coefficients)";
+        case StatusHuffmanTable:
+            return "a Huffman table is invalid";
+        case StatusBadArgument:
+            return "a scan parameter is out of range";
+        default:
+            return "the library reported status " + std::to_string(status);
+    }
+}
+
+}  // namespace zeqcodec::jpegdec

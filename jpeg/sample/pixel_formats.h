@@ -92,6 +92,15 @@ inline void riffle48(V128& a0, V128& a1, V128& a2) {
 // output stream is A0 B0 C0 A1 B1 C1 .. at every unit size, where A, B and C
 // are the units starting with channel 0, 2 and 1 of a pixel pair (bytes),
 // then of a pair of such units, and so on up to 16-byte vectors.
+// shufps gathers the even (or odd) doublewords of two vectors, one pshufd
+// puts the pairs side by side. The selector is a template argument because
+// the instruction takes it as an immediate.
+template <int kPick>
+inline V128 pairUpDwords(V128 a, V128 b) {
+    const __m128 g = _mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), kPick);
+    return _mm_shuffle_epi32(_mm_castps_si128(g), _MM_SHUFFLE(3, 1, 2, 0));
+}
+
 inline void interleave48(V128 c0, V128 c1, V128 c2, V128 out[3]) {
     const V128 lowByte = splat16(0x00FF), highByte = splat16(static_cast<int16_t>(0xFF00));
     // Words: A = (c0, c1) of even pixels, B = (c2 even, c0 odd), C = (c1, c2) odd.
@@ -103,15 +112,10 @@ inline void interleave48(V128 c0, V128 c1, V128 c2, V128 out[3]) {
     const V128 da = _mm_or_si128(_mm_and_si128(wa, lowWord), _mm_slli_epi32(wb, 16));
     const V128 db = _mm_or_si128(_mm_and_si128(wc, lowWord), _mm_and_si128(wa, highWord));
     const V128 dc = _mm_or_si128(_mm_srli_epi32(wb, 16), _mm_and_si128(wc, highWord));
-    // Quadwords the same way; shufps gathers the even (or odd) doublewords of
-    // two vectors, one pshufd puts the pairs side by side.
-    auto pairUpDwords = [](V128 a, V128 b, int pick) {
-        const __m128 g = _mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), pick);
-        return _mm_shuffle_epi32(_mm_castps_si128(g), _MM_SHUFFLE(3, 1, 2, 0));
-    };
-    const V128 qa = pairUpDwords(da, db, _MM_SHUFFLE(2, 0, 2, 0));
-    const V128 qb = pairUpDwords(dc, da, _MM_SHUFFLE(3, 1, 2, 0));
-    const V128 qc = pairUpDwords(db, dc, _MM_SHUFFLE(3, 1, 3, 1));
+    // Quadwords the same way.
+    const V128 qa = pairUpDwords<_MM_SHUFFLE(2, 0, 2, 0)>(da, db);
+    const V128 qb = pairUpDwords<_MM_SHUFFLE(3, 1, 2, 0)>(dc, da);
+    const V128 qc = pairUpDwords<_MM_SHUFFLE(3, 1, 3, 1)>(db, dc);
     out[0] = _mm_unpacklo_epi64(qa, qb);
     out[1] = _mm_castpd_si128(_mm_shuffle_pd(_mm_castsi128_pd(qc), _mm_castsi128_pd(qa), 2));
     out[2] = _mm_unpackhi_epi64(qb, qc);

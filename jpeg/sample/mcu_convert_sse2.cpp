@@ -25,7 +25,7 @@ template <class M>
 void storeChroma(const V128 sum[3], int16_t* const* blocks, int j) {
     V128 cb, cr;
     if constexpr (M::kColour) {
-        mcuChroma(sum[0], sum[1], sum[2], M::kGroupBits, cb, cr);
+        mcuChroma<M::kGroupBits>(sum[0], sum[1], sum[2], cb, cr);
     } else {
         const V128 offset = splat16(static_cast<int16_t>(128 << M::kGroupBits));
         cb = _mm_srai_epi16(_mm_sub_epi16(sum[1], offset), M::kGroupBits);
@@ -36,25 +36,31 @@ void storeChroma(const V128 sum[3], int16_t* const* blocks, int j) {
 }
 
 // Rows of sixteen three-byte pixels per step (a 4:4:4 MCU pairs two rows of
-// eight): pixels split by parity make the horizontal pair sums one add.
+// eight), fully unrolled. Pixels split by parity put both pixels of a
+// horizontal group in the same lane, so group sums are plain adds: of the
+// (B - G, B - R) pairs for the colour members (chroma is linear in them), of
+// the chroma channels for the sampling members.
 template <class M>
 void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
     using F = typename M::Format;
     constexpr bool kPairedRows = M::kWidth == 8;
     constexpr int kSteps = kPairedRows ? 4 : M::kHeight;
+    constexpr int kChromaShift = 16 + M::kGroupBits;
     const V128 shift = splat16(128);
-    V128 sum[3] = {zero(), zero(), zero()};
+    ChannelPairs groups{zero(), zero()};
+    V128 cbSum = zero(), crSum = zero();
+#pragma GCC unroll 16
     for (int step = 0; step < kSteps; ++step) {
         const int r = kPairedRows ? 2 * step : step;
         const uint8_t* first = rowAt(src, srcStep, r);
         const Pixels16 p = F::load16(first, kPairedRows ? rowAt(src, srcStep, r + 1) : first + 24);
-        const Lanes16 g = inPixelOrder(p.even.c1, p.odd.c1);
         Lanes16 luma = inPixelOrder(p.even.c0, p.odd.c0);
-        Differences16 d{};
+        SplitPairs pairs{};
         if constexpr (M::kColour) {
-            d = differences(p);
-            const Lanes16 s = pairedHigh16(d.rg, d.bg, weights(kLumaE1, kLumaE2), zero());
-            luma = {_mm_add_epi16(s.low, g.low), _mm_add_epi16(s.high, g.high)};
+            pairs = channelPairs(p);
+            const Lanes16 t = pairRowHigh(pairs, lumaPairWeights());
+            const Lanes16 g = inPixelOrder(p.even.c1, p.odd.c1);
+            luma = {_mm_add_epi16(t.low, g.low), _mm_add_epi16(t.high, g.high)};
         }
         // Pixels 0..7 and 8..15: the next row of the same block, or the next block.
         storeu(blocks[0] + lumaIndex<M::kH>(r, 0), _mm_sub_epi16(luma.low, shift));
@@ -63,8 +69,8 @@ void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
         if constexpr (kPairedRows) {
             Lanes16 cb = inPixelOrder(p.even.c1, p.odd.c1), cr = inPixelOrder(p.even.c2, p.odd.c2);
             if constexpr (M::kColour) {
-                cb = pairedHigh16(d.br, d.bg, weights(kCbE3, kCbE2), zero());
-                cr = pairedHigh16(d.rg, d.br, weights(kCrE1, kCrE3), zero());
+                cb = pairRowHigh(pairs, cbPairWeights());
+                cr = pairRowHigh(pairs, crPairWeights());
             } else {
                 cb = {_mm_sub_epi16(cb.low, shift), _mm_sub_epi16(cb.high, shift)};
                 cr = {_mm_sub_epi16(cr.low, shift), _mm_sub_epi16(cr.high, shift)};
@@ -74,12 +80,23 @@ void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
             storeu(blocks[2] + 8 * r, cr.low);
             storeu(blocks[2] + 8 * r + 8, cr.high);
         } else {
-            sum[0] = _mm_add_epi16(sum[0], _mm_add_epi16(p.even.c0, p.odd.c0));
-            sum[1] = _mm_add_epi16(sum[1], _mm_add_epi16(p.even.c1, p.odd.c1));
-            sum[2] = _mm_add_epi16(sum[2], _mm_add_epi16(p.even.c2, p.odd.c2));
-            if (r % M::kV == M::kV - 1) {
-                storeChroma<M>(sum, blocks, r / M::kV);
-                sum[0] = sum[1] = sum[2] = zero();
+            const bool lastOfGroup = r % M::kV == M::kV - 1;
+            const int j = r / M::kV;
+            if constexpr (M::kColour) {
+                groups = groups + pixelPairSums(pairs);
+                if (lastOfGroup) {
+                    storeu(blocks[1] + 8 * j, pairRow<kChromaShift>(groups, cbPairWeights()));
+                    storeu(blocks[2] + 8 * j, pairRow<kChromaShift>(groups, crPairWeights()));
+                    groups = {zero(), zero()};
+                }
+            } else {
+                cbSum = _mm_add_epi16(cbSum, _mm_add_epi16(p.even.c1, p.odd.c1));
+                crSum = _mm_add_epi16(crSum, _mm_add_epi16(p.even.c2, p.odd.c2));
+                if (lastOfGroup) {
+                    const V128 sum[3] = {zero(), cbSum, crSum};
+                    storeChroma<M>(sum, blocks, j);
+                    cbSum = crSum = zero();
+                }
             }
         }
     }

@@ -135,35 +135,36 @@ void mcuChroma(V128 sumR, V128 sumG, V128 sumB, V128& cb, V128& cr) {
     cr = pairRow<16 + GroupBits>(p, crPairWeights());
 }
 
-// Level-shifted samples of the full 16-bit range to clamped R, G, B. Sums are
-// formed in 32 bits: Y + Cr alone can leave 16 bits.
-//   R = Y + Cr + ((26345 Cr) >> 16) + 128           (91881 = 65536 + 26345)
-//   G = Y - Cr + ((-22554 Cb + 18734 Cr) >> 16) + 128 (-46802 = -65536 + 18734)
-//   B = Y + 2 Cb + ((-14942 Cb) >> 16) + 128        (116130 = 131072 - 14942)
-inline Pixels8 mcuYCbCrToRgb(V128 y, V128 cb, V128 cr) {
-    const V128 one = splat16(1);
-    const Pairs yCr = pairUp(y, cr, y, cb);  // (Y, Cr) and (Y, Cb)
-    const Pairs rbHigh =
-        pairUp(_mm_mulhi_epi16(cr, splat16(26345)), one, _mm_mulhi_epi16(cb, splat16(-14942)), one);
-    const Pairs cbCr = pairUp(cb, cr, cb, cr);
-    const V128 plus1 = weights(1, 1), plusOffset = weights(1, 128), minus = weights(1, -1);
-    const V128 two = weights(1, 2), gWeights = weights(-22554, 18734);
-    const V128 offset = _mm_set1_epi32(128);
-    auto r32 = [&](V128 yc, V128 h) {
-        return _mm_add_epi32(_mm_madd_epi16(yc, plus1), _mm_madd_epi16(h, plusOffset));
-    };
-    auto g32 = [&](V128 yc, V128 cc) {
-        return _mm_add_epi32(_mm_add_epi32(_mm_madd_epi16(yc, minus),
-                                           _mm_srai_epi32(_mm_madd_epi16(cc, gWeights), 16)),
-                             offset);
-    };
-    auto b32 = [&](V128 yc, V128 h) {
-        return _mm_add_epi32(_mm_madd_epi16(yc, two), _mm_madd_epi16(h, plusOffset));
-    };
-    return {clampByte16(narrow32(r32(yCr.abLow, rbHigh.abLow), r32(yCr.abHigh, rbHigh.abHigh))),
-            clampByte16(narrow32(g32(yCr.abLow, cbCr.abLow), g32(yCr.abHigh, cbCr.abHigh))),
-            clampByte16(narrow32(b32(yCr.cdLow, rbHigh.cdLow), b32(yCr.cdHigh, rbHigh.cdHigh))),
-            zero()};
+// Level-shifted samples of the full 16-bit range to R, G, B, summed with
+// saturating 16-bit adds:
+//   R = (Y + Cr) + rRest              rRest = ((26345 Cr) >> 16) + 128
+//   G = (Y - Cr) + gRest              gRest = ((-22554 Cb + 18734 Cr) >> 16) + 128
+//   B = ((Y + Cb) + Cb) + bRest       bRest = ((-14942 Cb) >> 16) + 128
+// (91881 = 65536 + 26345, -46802 = -65536 + 18734, 116130 = 131072 - 14942).
+// The rests depend on chroma alone, so a chroma sample's terms are formed
+// once for all pixels that share it. Clamped to 0..255 the saturated sums
+// equal the exact ones: a sum that saturates high at 32767 stays above 255
+// and one that saturates low at -32768 stays below 0, because what is still
+// to be added is either a term of the same sign as the one that saturated
+// (the second Cb: the first one saturated upward only if Cb > 0, and then
+// Cb + bRest >= 128) or a rest, each within -20516..20772, never enough to
+// cross the 32512 back to the byte range. The exact sums, of magnitude up to
+// 32768 + 65536 + 7471 + 128, are thus never needed.
+struct McuChromaTerms {
+    V128 cr, rRest, gRest, cb, bRest;
+};
+inline McuChromaTerms mcuChromaTerms(V128 cb, V128 cr) {
+    const V128 offset = splat16(128), gWeights = weights(-22554, 18734);
+    const V128 gLow = _mm_madd_epi16(_mm_unpacklo_epi16(cb, cr), gWeights);
+    const V128 gHigh = _mm_madd_epi16(_mm_unpackhi_epi16(cb, cr), gWeights);
+    return {cr, _mm_add_epi16(_mm_mulhi_epi16(cr, splat16(26345)), offset),
+            _mm_add_epi16(narrow32(_mm_srai_epi32(gLow, 16), _mm_srai_epi32(gHigh, 16)), offset),
+            cb, _mm_add_epi16(_mm_mulhi_epi16(cb, splat16(-14942)), offset)};
+}
+inline Pixels8 mcuYCbCrToRgb(V128 y, const McuChromaTerms& t) {
+    return {_mm_adds_epi16(_mm_adds_epi16(y, t.cr), t.rRest),
+            _mm_adds_epi16(_mm_subs_epi16(y, t.cr), t.gRest),
+            _mm_adds_epi16(_mm_adds_epi16(_mm_adds_epi16(y, t.cb), t.cb), t.bRest), zero()};
 }
 
 // ---- Sixteen pixels (lanes split by parity, see Pixels16) -------------------

@@ -150,8 +150,10 @@ namespace {
 template <class M>
 McuChromaTerms chromaRow(const int16_t* const* blocks, int j) {
     const V128 cb = loadu(blocks[1] + 8 * j), cr = loadu(blocks[2] + 8 * j);
-    if constexpr (M::kColour) return mcuChromaTerms(cb, cr);
-    else return {levelShiftUp(cr), zero(), zero(), levelShiftUp(cb), zero()};
+    if constexpr (M::kColour)
+        return mcuChromaTerms(cb, cr);
+    else
+        return {levelShiftUp(cr), zero(), zero(), levelShiftUp(cb), zero()};
 }
 
 // The terms of chroma samples 4h..4h+3, each taken for both pixels of its pair.

@@ -83,19 +83,20 @@ void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
             const bool lastOfGroup = r % M::kV == M::kV - 1;
             const int j = r / M::kV;
             if constexpr (M::kColour) {
-                groups = groups + pixelPairSums(pairs);
+                const ChannelPairs sums = pixelPairSums(pairs);
+                groups = r % M::kV == 0 ? sums : groups + sums;
                 if (lastOfGroup) {
                     storeu(blocks[1] + 8 * j, pairRow<kChromaShift>(groups, cbPairWeights()));
                     storeu(blocks[2] + 8 * j, pairRow<kChromaShift>(groups, crPairWeights()));
-                    groups = {zero(), zero()};
                 }
             } else {
-                cbSum = _mm_add_epi16(cbSum, _mm_add_epi16(p.even.c1, p.odd.c1));
-                crSum = _mm_add_epi16(crSum, _mm_add_epi16(p.even.c2, p.odd.c2));
+                const V128 cb = _mm_add_epi16(p.even.c1, p.odd.c1);
+                const V128 cr = _mm_add_epi16(p.even.c2, p.odd.c2);
+                cbSum = r % M::kV == 0 ? cb : _mm_add_epi16(cbSum, cb);
+                crSum = r % M::kV == 0 ? cr : _mm_add_epi16(crSum, cr);
                 if (lastOfGroup) {
                     const V128 sum[3] = {zero(), cbSum, crSum};
                     storeChroma<M>(sum, blocks, j);
-                    cbSum = crSum = zero();
                 }
             }
         }

@@ -11,9 +11,9 @@ Pixels8 convert8(const Pixels8& p) {
     if constexpr (!C::kForward) {
         return yCbCrToRgb(p);
     } else if constexpr (C::Dst::kLumaOnly) {
-        return {lumaRounded(rgbAndOne(p), p.c1), p.c1, p.c2, p.k};
+        return {lumaRounded(channelPairs(p.c0, p.c1, p.c2), p.c1), p.c1, p.c2, p.k};
     } else {
-        return rgbToYCbCr(p, rgbAndOne(p));
+        return rgbToYCbCr(p);
     }
 }
 
@@ -28,10 +28,10 @@ void convert16(const InRow& src, const OutRow& dst, int32_t x) {
     using namespace colour_sse2;
     if constexpr (C::kForward) {
         const Pixels16 p = C::Src::load16(src, x);
-        const Differences16 d = differences(p);
+        const SplitPairs pairs = channelPairs(p);
         V128 cb = zero(), cr = zero();
-        if constexpr (!C::Dst::kLumaOnly) chroma16(d, cb, cr);
-        C::Dst::store16(dst, x, luma16(p, d), cb, cr);
+        if constexpr (!C::Dst::kLumaOnly) chroma16(pairs, cb, cr);
+        C::Dst::store16(dst, x, luma16(p, pairs), cb, cr);
     } else {
         V128 ycc[3], r, g, b;
         C::Src::loadBytes16(src, x, ycc);

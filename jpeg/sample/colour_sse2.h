@@ -1,9 +1,10 @@
 // Exact fixed-point colour arithmetic on eight or sixteen pixels (16-bit
 // lanes), shared by the whole-image and MCU kernels. Weights above 32767 do
-// not fit a signed 16-bit multiplier, so each is split as 65536 * n + w with w
-// in range (or the formula is rewritten on channel differences): the
-// 65536 * n part passes the shift by 16 unchanged and is added back as n times
-// the channel, which keeps every result bit-identical to the scalar formulas.
+// not fit a signed 16-bit multiplier, so the formulas are rewritten on channel
+// differences (forward) or each weight is split as 65536 * n + w with w in
+// range (inverse): the 65536 * n part passes the shift by 16 unchanged and is
+// added back as n times the channel, which keeps every result bit-identical to
+// the scalar formulas.
 #ifndef ZEQ_JPEG_SAMPLE_COLOUR_SSE2_H
 #define ZEQ_JPEG_SAMPLE_COLOUR_SSE2_H
 
@@ -32,14 +33,6 @@ inline V128 weights(int first, int second) {
 
 inline V128 narrow32(V128 low, V128 high) { return _mm_packs_epi32(low, high); }
 
-// (wa*a + wb*b + wc*c + wd*d) >> 16 per lane, back in 16 bits.
-inline V128 weightedHigh(const Pairs& p, int wa, int wb, int wc, int wd) {
-    const V128 ab = weights(wa, wb), cd = weights(wc, wd);
-    const V128 low = _mm_add_epi32(_mm_madd_epi16(p.abLow, ab), _mm_madd_epi16(p.cdLow, cd));
-    const V128 high = _mm_add_epi32(_mm_madd_epi16(p.abHigh, ab), _mm_madd_epi16(p.cdHigh, cd));
-    return narrow32(_mm_srai_epi32(low, 16), _mm_srai_epi32(high, 16));
-}
-
 // (wa*a + wb*b + bias) >> 16 per lane, from the (a, b) pairs only.
 inline V128 weightedHigh(const Pairs& p, int wa, int wb, int32_t bias) {
     const V128 ab = weights(wa, wb), b32 = _mm_set1_epi32(bias);
@@ -50,28 +43,62 @@ inline V128 weightedHigh(const Pairs& p, int wa, int wb, int32_t bias) {
 
 inline V128 clampByte16(V128 v) { return _mm_min_epi16(_mm_max_epi16(v, zero()), splat16(255)); }
 
-// ---- Whole-image arithmetic (rounded) -----------------------------------
+// ---- Forward arithmetic on channel pairs -----------------------------------
 
-// Y = (19595 R + 38470 G + 7471 B + 32768) >> 16
-//   = G + 1 + ((19595 R - 27066 G + 7471 B - 32768) >> 16).
-inline V128 lumaRounded(const Pairs& rgb1, V128 g) {
-    return _mm_add_epi16(_mm_add_epi16(g, splat16(1)),
-                         weightedHigh(rgb1, 19595, -27066, 7471, -32768));
+// With e = B - G and d = B - R (each within -255..255, or -1020..1020 for the
+// sums of four pixels) the three forward rows become
+//   19595 R + 38470 G + 7471 B   = 65536 G + 27066 e - 19595 d
+//   -11059 R - 21709 G + 32768 B =           21709 e + 11059 d
+//   32768 R - 27439 G - 5329 B   =           27439 e - 32768 d
+// (expand e and d to check). Every weight fits a signed 16-bit multiplier, so
+// one vector of (e, d) lane pairs feeds all three rows through pmaddwd, and
+// every sum stays far inside 32 bits (below 65536 * 1100 in magnitude).
+constexpr int kLumaE = 27066, kLumaD = -19595;
+constexpr int kCbE = 21709, kCbD = 11059;
+constexpr int kCrE = 27439, kCrD = -32768;
+inline V128 lumaPairWeights() { return weights(kLumaE, kLumaD); }
+inline V128 cbPairWeights() { return weights(kCbE, kCbD); }
+inline V128 crPairWeights() { return weights(kCrE, kCrD); }
+
+// Rounding terms of the whole-image rows: a half for luma, 128 * 65536 plus
+// one less than a half for chroma.
+inline V128 lumaBias() { return _mm_set1_epi32(32768); }
+inline V128 chromaBias() { return _mm_set1_epi32(128 * 65536 + 32767); }
+
+// (e, d) lane pairs of lanes 0..3 and 4..7, ready for pmaddwd.
+struct ChannelPairs {
+    V128 low, high;
+};
+inline ChannelPairs channelPairs(V128 r, V128 g, V128 b) {
+    const V128 e = _mm_sub_epi16(b, g), d = _mm_sub_epi16(b, r);
+    return {_mm_unpacklo_epi16(e, d), _mm_unpackhi_epi16(e, d)};
+}
+inline ChannelPairs operator+(const ChannelPairs& a, const ChannelPairs& b) {
+    return {_mm_add_epi16(a.low, b.low), _mm_add_epi16(a.high, b.high)};
 }
 
-// rgb1 pairs (R, G) and (B, 1).
-inline Pixels8 rgbToYCbCr(const Pixels8& rgb, const Pairs& rgb1) {
-    const V128 offset = splat16(128);
-    // Cb = B + 128 + ((-11059 R - 21709 G - 32768 B + 32767) >> 16)
-    const V128 cb = _mm_add_epi16(_mm_add_epi16(rgb.c2, offset),
-                                  weightedHigh(rgb1, -11059, -21709, -32768, 32767));
-    // Cr = R + 128 + ((-32768 R - 27439 G - 5329 B + 32767) >> 16)
-    const V128 cr = _mm_add_epi16(_mm_add_epi16(rgb.c0, offset),
-                                  weightedHigh(rgb1, -32768, -27439, -5329, 32767));
-    return {lumaRounded(rgb1, rgb.c1), cb, cr, rgb.k};
+// (w . pair + bias) >> Shift per lane, back in 16 bits.
+template <int Shift>
+V128 pairRow(const ChannelPairs& p, V128 w, V128 bias) {
+    const V128 low = _mm_add_epi32(_mm_madd_epi16(p.low, w), bias);
+    const V128 high = _mm_add_epi32(_mm_madd_epi16(p.high, w), bias);
+    return narrow32(_mm_srai_epi32(low, Shift), _mm_srai_epi32(high, Shift));
+}
+template <int Shift>
+V128 pairRow(const ChannelPairs& p, V128 w) {
+    return narrow32(_mm_srai_epi32(_mm_madd_epi16(p.low, w), Shift),
+                    _mm_srai_epi32(_mm_madd_epi16(p.high, w), Shift));
 }
 
-inline Pairs rgbAndOne(const Pixels8& rgb) { return pairUp(rgb.c0, rgb.c1, rgb.c2, splat16(1)); }
+// Whole-image forward conversion (rounded) of eight pixels.
+inline V128 lumaRounded(const ChannelPairs& p, V128 g) {
+    return _mm_add_epi16(g, pairRow<16>(p, lumaPairWeights(), lumaBias()));
+}
+inline Pixels8 rgbToYCbCr(const Pixels8& rgb) {
+    const ChannelPairs p = channelPairs(rgb.c0, rgb.c1, rgb.c2);
+    return {lumaRounded(p, rgb.c1), pairRow<16>(p, cbPairWeights(), chromaBias()),
+            pairRow<16>(p, crPairWeights(), chromaBias()), rgb.k};
+}
 
 // Inverse with the tables' rounding, clamped to 0..255.
 inline Pixels8 yCbCrToRgb(const Pixels8& ycc) {
@@ -93,76 +120,51 @@ inline Pixels8 yCbCrToRgb(const Pixels8& ycc) {
 
 // ---- MCU arithmetic (truncating, level-shifted) -----------------------------
 
-// Luma and chroma from channel differences. With e1 = R - G, e2 = B - G and
-// e3 = B - R (each within -255..255, or -1020..1020 for sums of four pixels):
-//   19595 R + 38470 G + 7471 B  = 65536 G + 19595 e1 + 7471 e2
-//   -11059 R - 21709 G + 32768 B =  11059 e3 + 21709 e2
-//   32768 R - 27439 G - 5329 B  =  27439 e1 - 5329 e3
-// so every channel is one pmaddwd of a difference pair, with every weight
-// inside a signed 16-bit multiplier and every sum inside 32 bits.
-constexpr int kLumaE1 = 19595, kLumaE2 = 7471;
-constexpr int kCbE3 = 11059, kCbE2 = 21709;
-constexpr int kCrE1 = 27439, kCrE3 = -5329;
-
-struct Differences {
-    V128 rg, bg, br;  // R - G, B - G, B - R
-};
-inline Differences differences(V128 r, V128 g, V128 b) {
-    return {_mm_sub_epi16(r, g), _mm_sub_epi16(b, g), _mm_sub_epi16(b, r)};
-}
-
-// (wa*a + wb*b + bias) >> shift per lane of eight, back in 16 bits.
-inline V128 pairedHigh(V128 a, V128 b, V128 w, V128 bias, int shift) {
-    const V128 low = _mm_add_epi32(_mm_madd_epi16(_mm_unpacklo_epi16(a, b), w), bias);
-    const V128 high = _mm_add_epi32(_mm_madd_epi16(_mm_unpackhi_epi16(a, b), w), bias);
-    const V128 count = _mm_cvtsi32_si128(shift);
-    return narrow32(_mm_sra_epi32(low, count), _mm_sra_epi32(high, count));
-}
-
 // ((19595 R + 38470 G + 7471 B) >> 16) - 128 for eight pixels.
 inline V128 mcuLuma(V128 r, V128 g, V128 b) {
-    const Differences d = differences(r, g, b);
     return _mm_add_epi16(_mm_sub_epi16(g, splat16(128)),
-                         pairedHigh(d.rg, d.bg, weights(kLumaE1, kLumaE2), zero(), 16));
+                         pairRow<16>(channelPairs(r, g, b), lumaPairWeights()));
 }
 
-// Chroma of groups of 2^groupBits pixels from their channel sums (each below
-// 1024): the differences of the sums stay within 11 bits.
-inline void mcuChroma(V128 sumR, V128 sumG, V128 sumB, int groupBits, V128& cb, V128& cr) {
-    const Differences d = differences(sumR, sumG, sumB);
-    cb = pairedHigh(d.br, d.bg, weights(kCbE3, kCbE2), zero(), 16 + groupBits);
-    cr = pairedHigh(d.rg, d.br, weights(kCrE1, kCrE3), zero(), 16 + groupBits);
+// Chroma of groups of 2^GroupBits pixels from their channel sums (each below
+// 1024).
+template <int GroupBits>
+void mcuChroma(V128 sumR, V128 sumG, V128 sumB, V128& cb, V128& cr) {
+    const ChannelPairs p = channelPairs(sumR, sumG, sumB);
+    cb = pairRow<16 + GroupBits>(p, cbPairWeights());
+    cr = pairRow<16 + GroupBits>(p, crPairWeights());
 }
 
-// Level-shifted samples of the full 16-bit range to clamped R, G, B. Sums are
-// formed in 32 bits: Y + Cr alone can leave 16 bits.
-//   R = Y + Cr + ((26345 Cr) >> 16) + 128           (91881 = 65536 + 26345)
-//   G = Y - Cr + ((-22554 Cb + 18734 Cr) >> 16) + 128 (-46802 = -65536 + 18734)
-//   B = Y + 2 Cb + ((-14942 Cb) >> 16) + 128        (116130 = 131072 - 14942)
-inline Pixels8 mcuYCbCrToRgb(V128 y, V128 cb, V128 cr) {
-    const V128 one = splat16(1);
-    const Pairs yCr = pairUp(y, cr, y, cb);  // (Y, Cr) and (Y, Cb)
-    const Pairs rbHigh =
-        pairUp(_mm_mulhi_epi16(cr, splat16(26345)), one, _mm_mulhi_epi16(cb, splat16(-14942)), one);
-    const Pairs cbCr = pairUp(cb, cr, cb, cr);
-    const V128 plus1 = weights(1, 1), plusOffset = weights(1, 128), minus = weights(1, -1);
-    const V128 two = weights(1, 2), gWeights = weights(-22554, 18734);
-    const V128 offset = _mm_set1_epi32(128);
-    auto r32 = [&](V128 yc, V128 h) {
-        return _mm_add_epi32(_mm_madd_epi16(yc, plus1), _mm_madd_epi16(h, plusOffset));
-    };
-    auto g32 = [&](V128 yc, V128 cc) {
-        return _mm_add_epi32(_mm_add_epi32(_mm_madd_epi16(yc, minus),
-                                           _mm_srai_epi32(_mm_madd_epi16(cc, gWeights), 16)),
-                             offset);
-    };
-    auto b32 = [&](V128 yc, V128 h) {
-        return _mm_add_epi32(_mm_madd_epi16(yc, two), _mm_madd_epi16(h, plusOffset));
-    };
-    return {clampByte16(narrow32(r32(yCr.abLow, rbHigh.abLow), r32(yCr.abHigh, rbHigh.abHigh))),
-            clampByte16(narrow32(g32(yCr.abLow, cbCr.abLow), g32(yCr.abHigh, cbCr.abHigh))),
-            clampByte16(narrow32(b32(yCr.cdLow, rbHigh.cdLow), b32(yCr.cdHigh, rbHigh.cdHigh))),
-            zero()};
+// Level-shifted samples of the full 16-bit range to R, G, B, summed with
+// saturating 16-bit adds:
+//   R = (Y + Cr) + rRest              rRest = ((26345 Cr) >> 16) + 128
+//   G = (Y - Cr) + gRest              gRest = ((-22554 Cb + 18734 Cr) >> 16) + 128
+//   B = ((Y + Cb) + Cb) + bRest       bRest = ((-14942 Cb) >> 16) + 128
+// (91881 = 65536 + 26345, -46802 = -65536 + 18734, 116130 = 131072 - 14942).
+// The rests depend on chroma alone, so a chroma sample's terms are formed
+// once for all pixels that share it. Clamped to 0..255 the saturated sums
+// equal the exact ones: a sum that saturates high at 32767 stays above 255
+// and one that saturates low at -32768 stays below 0, because what is still
+// to be added is either a term of the same sign as the one that saturated
+// (the second Cb: the first one saturated upward only if Cb > 0, and then
+// Cb + bRest >= 128) or a rest, each within -20516..20772, never enough to
+// cross the 32512 back to the byte range. The exact sums, of magnitude up to
+// 32768 + 65536 + 7471 + 128, are thus never needed.
+struct McuChromaTerms {
+    V128 cr, rRest, gRest, cb, bRest;
+};
+inline McuChromaTerms mcuChromaTerms(V128 cb, V128 cr) {
+    const V128 offset = splat16(128), gWeights = weights(-22554, 18734);
+    const V128 gLow = _mm_madd_epi16(_mm_unpacklo_epi16(cb, cr), gWeights);
+    const V128 gHigh = _mm_madd_epi16(_mm_unpackhi_epi16(cb, cr), gWeights);
+    return {cr, _mm_add_epi16(_mm_mulhi_epi16(cr, splat16(26345)), offset),
+            _mm_add_epi16(narrow32(_mm_srai_epi32(gLow, 16), _mm_srai_epi32(gHigh, 16)), offset),
+            cb, _mm_add_epi16(_mm_mulhi_epi16(cb, splat16(-14942)), offset)};
+}
+inline Pixels8 mcuYCbCrToRgb(V128 y, const McuChromaTerms& t) {
+    return {_mm_adds_epi16(_mm_adds_epi16(y, t.cr), t.rRest),
+            _mm_adds_epi16(_mm_subs_epi16(y, t.cr), t.gRest),
+            _mm_adds_epi16(_mm_adds_epi16(_mm_adds_epi16(y, t.cb), t.cb), t.bRest), zero()};
 }
 
 // ---- Sixteen pixels (lanes split by parity, see Pixels16) -------------------
@@ -179,23 +181,27 @@ inline V128 highHalvesInPixelOrder(V128 even, V128 odd) {
     return _mm_or_si128(_mm_srli_epi32(even, 16), _mm_and_si128(odd, _mm_set1_epi32(~0xFFFF)));
 }
 
-// (wa*a + wb*b + bias) >> 16 per pixel, from parity-split a and b.
-inline Lanes16 pairedHigh16(const V128 a[2], const V128 b[2], V128 w, V128 bias) {
-    auto sum = [&](V128 pairs) { return _mm_add_epi32(_mm_madd_epi16(pairs, w), bias); };
-    const V128 evenLow = sum(_mm_unpacklo_epi16(a[0], b[0]));
-    const V128 evenHigh = sum(_mm_unpackhi_epi16(a[0], b[0]));
-    const V128 oddLow = sum(_mm_unpacklo_epi16(a[1], b[1]));
-    const V128 oddHigh = sum(_mm_unpackhi_epi16(a[1], b[1]));
-    return {highHalvesInPixelOrder(evenLow, oddLow), highHalvesInPixelOrder(evenHigh, oddHigh)};
-}
-
-struct Differences16 {
-    V128 rg[2], bg[2], br[2];  // [0] even pixels, [1] odd pixels
+// Channel pairs of parity-split pixels.
+struct SplitPairs {
+    ChannelPairs even, odd;
 };
-inline Differences16 differences(const Pixels16& p) {
-    const Differences e = differences(p.even.c0, p.even.c1, p.even.c2);
-    const Differences o = differences(p.odd.c0, p.odd.c1, p.odd.c2);
-    return {{e.rg, o.rg}, {e.bg, o.bg}, {e.br, o.br}};
+inline SplitPairs channelPairs(const Pixels16& p) {
+    return {channelPairs(p.even.c0, p.even.c1, p.even.c2),
+            channelPairs(p.odd.c0, p.odd.c1, p.odd.c2)};
+}
+// Pairs of horizontally adjacent pixels summed: groups 0..3 and 4..7.
+inline ChannelPairs pixelPairSums(const SplitPairs& p) { return p.even + p.odd; }
+
+// (w . pair + bias) >> 16 per pixel, in pixel order.
+inline Lanes16 pairRowHigh(const SplitPairs& p, V128 w, V128 bias) {
+    auto sum = [&](V128 pairs) { return _mm_add_epi32(_mm_madd_epi16(pairs, w), bias); };
+    return {highHalvesInPixelOrder(sum(p.even.low), sum(p.odd.low)),
+            highHalvesInPixelOrder(sum(p.even.high), sum(p.odd.high))};
+}
+inline Lanes16 pairRowHigh(const SplitPairs& p, V128 w) {
+    auto sum = [&](V128 pairs) { return _mm_madd_epi16(pairs, w); };
+    return {highHalvesInPixelOrder(sum(p.even.low), sum(p.odd.low)),
+            highHalvesInPixelOrder(sum(p.even.high), sum(p.odd.high))};
 }
 
 // One channel of parity-split pixels back in pixel order: 16-bit lanes, or
@@ -207,19 +213,16 @@ inline V128 bytesInPixelOrder(V128 even, V128 odd) {
     return _mm_or_si128(even, _mm_slli_epi16(odd, 8));
 }
 
-// Whole-image forward conversion of sixteen pixels to Y, Cb, Cr bytes.
-//   Y  = G + ((19595 e1 + 7471 e2 + 32768) >> 16): the second term lies within
-//        -105..105, so it is packed to signed bytes and added to G modulo 256.
-//   Cb = (11059 e3 + 21709 e2 + 8421375) >> 16, within 0..255.
-//   Cr = (27439 e1 - 5329 e3 + 8421375) >> 16, within 0..255.
-inline V128 luma16(const Pixels16& p, const Differences16& d) {
-    const Lanes16 y = pairedHigh16(d.rg, d.bg, weights(kLumaE1, kLumaE2), _mm_set1_epi32(32768));
+// Whole-image forward conversion of sixteen pixels to Y, Cb, Cr bytes. Luma
+// is G plus a term within -105..105, so that term is packed to signed bytes
+// and added to G modulo 256; chroma lies within 0..255.
+inline V128 luma16(const Pixels16& p, const SplitPairs& pairs) {
+    const Lanes16 y = pairRowHigh(pairs, lumaPairWeights(), lumaBias());
     return _mm_add_epi8(_mm_packs_epi16(y.low, y.high), bytesInPixelOrder(p.even.c1, p.odd.c1));
 }
-inline void chroma16(const Differences16& d, V128& cb, V128& cr) {
-    const V128 bias = _mm_set1_epi32(128 * 65536 + 32767);
-    const Lanes16 b = pairedHigh16(d.br, d.bg, weights(kCbE3, kCbE2), bias);
-    const Lanes16 r = pairedHigh16(d.rg, d.br, weights(kCrE1, kCrE3), bias);
+inline void chroma16(const SplitPairs& pairs, V128& cb, V128& cr) {
+    const Lanes16 b = pairRowHigh(pairs, cbPairWeights(), chromaBias());
+    const Lanes16 r = pairRowHigh(pairs, crPairWeights(), chromaBias());
     cb = _mm_packus_epi16(b.low, b.high);
     cr = _mm_packus_epi16(r.low, r.high);
 }

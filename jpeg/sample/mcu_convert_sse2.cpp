@@ -25,7 +25,7 @@ template <class M>
 void storeChroma(const V128 sum[3], int16_t* const* blocks, int j) {
     V128 cb, cr;
     if constexpr (M::kColour) {
-        mcuChroma(sum[0], sum[1], sum[2], M::kGroupBits, cb, cr);
+        mcuChroma<M::kGroupBits>(sum[0], sum[1], sum[2], cb, cr);
     } else {
         const V128 offset = splat16(static_cast<int16_t>(128 << M::kGroupBits));
         cb = _mm_srai_epi16(_mm_sub_epi16(sum[1], offset), M::kGroupBits);
@@ -36,25 +36,31 @@ void storeChroma(const V128 sum[3], int16_t* const* blocks, int j) {
 }
 
 // Rows of sixteen three-byte pixels per step (a 4:4:4 MCU pairs two rows of
-// eight): pixels split by parity make the horizontal pair sums one add.
+// eight), fully unrolled. Pixels split by parity put both pixels of a
+// horizontal group in the same lane, so group sums are plain adds: of the
+// (B - G, B - R) pairs for the colour members (chroma is linear in them), of
+// the chroma channels for the sampling members.
 template <class M>
 void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
     using F = typename M::Format;
     constexpr bool kPairedRows = M::kWidth == 8;
     constexpr int kSteps = kPairedRows ? 4 : M::kHeight;
+    constexpr int kChromaShift = 16 + M::kGroupBits;
     const V128 shift = splat16(128);
-    V128 sum[3] = {zero(), zero(), zero()};
+    ChannelPairs groups{zero(), zero()};
+    V128 cbSum = zero(), crSum = zero();
+#pragma GCC unroll 16
     for (int step = 0; step < kSteps; ++step) {
         const int r = kPairedRows ? 2 * step : step;
         const uint8_t* first = rowAt(src, srcStep, r);
         const Pixels16 p = F::load16(first, kPairedRows ? rowAt(src, srcStep, r + 1) : first + 24);
-        const Lanes16 g = inPixelOrder(p.even.c1, p.odd.c1);
         Lanes16 luma = inPixelOrder(p.even.c0, p.odd.c0);
-        Differences16 d{};
+        SplitPairs pairs{};
         if constexpr (M::kColour) {
-            d = differences(p);
-            const Lanes16 s = pairedHigh16(d.rg, d.bg, weights(kLumaE1, kLumaE2), zero());
-            luma = {_mm_add_epi16(s.low, g.low), _mm_add_epi16(s.high, g.high)};
+            pairs = channelPairs(p);
+            const Lanes16 t = pairRowHigh(pairs, lumaPairWeights());
+            const Lanes16 g = inPixelOrder(p.even.c1, p.odd.c1);
+            luma = {_mm_add_epi16(t.low, g.low), _mm_add_epi16(t.high, g.high)};
         }
         // Pixels 0..7 and 8..15: the next row of the same block, or the next block.
         storeu(blocks[0] + lumaIndex<M::kH>(r, 0), _mm_sub_epi16(luma.low, shift));
@@ -63,8 +69,8 @@ void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
         if constexpr (kPairedRows) {
             Lanes16 cb = inPixelOrder(p.even.c1, p.odd.c1), cr = inPixelOrder(p.even.c2, p.odd.c2);
             if constexpr (M::kColour) {
-                cb = pairedHigh16(d.br, d.bg, weights(kCbE3, kCbE2), zero());
-                cr = pairedHigh16(d.rg, d.br, weights(kCrE1, kCrE3), zero());
+                cb = pairRowHigh(pairs, cbPairWeights());
+                cr = pairRowHigh(pairs, crPairWeights());
             } else {
                 cb = {_mm_sub_epi16(cb.low, shift), _mm_sub_epi16(cb.high, shift)};
                 cr = {_mm_sub_epi16(cr.low, shift), _mm_sub_epi16(cr.high, shift)};
@@ -74,12 +80,24 @@ void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
             storeu(blocks[2] + 8 * r, cr.low);
             storeu(blocks[2] + 8 * r + 8, cr.high);
         } else {
-            sum[0] = _mm_add_epi16(sum[0], _mm_add_epi16(p.even.c0, p.odd.c0));
-            sum[1] = _mm_add_epi16(sum[1], _mm_add_epi16(p.even.c1, p.odd.c1));
-            sum[2] = _mm_add_epi16(sum[2], _mm_add_epi16(p.even.c2, p.odd.c2));
-            if (r % M::kV == M::kV - 1) {
-                storeChroma<M>(sum, blocks, r / M::kV);
-                sum[0] = sum[1] = sum[2] = zero();
+            const bool lastOfGroup = r % M::kV == M::kV - 1;
+            const int j = r / M::kV;
+            if constexpr (M::kColour) {
+                const ChannelPairs sums = pixelPairSums(pairs);
+                groups = r % M::kV == 0 ? sums : groups + sums;
+                if (lastOfGroup) {
+                    storeu(blocks[1] + 8 * j, pairRow<kChromaShift>(groups, cbPairWeights()));
+                    storeu(blocks[2] + 8 * j, pairRow<kChromaShift>(groups, crPairWeights()));
+                }
+            } else {
+                const V128 cb = _mm_add_epi16(p.even.c1, p.odd.c1);
+                const V128 cr = _mm_add_epi16(p.even.c2, p.odd.c2);
+                cbSum = r % M::kV == 0 ? cb : _mm_add_epi16(cbSum, cb);
+                crSum = r % M::kV == 0 ? cr : _mm_add_epi16(crSum, cr);
+                if (lastOfGroup) {
+                    const V128 sum[3] = {zero(), cbSum, crSum};
+                    storeChroma<M>(sum, blocks, j);
+                }
             }
         }
     }
@@ -128,49 +146,84 @@ void mcuForwardSse2(const uint8_t* src, int32_t srcStep, int16_t* const* blocks)
 
 namespace {
 
-// Pixels 8h..8h+7 of MCU row r, chroma replicated over its pixel groups.
+// What the pixels of one chroma row take from it: the colour terms, or the
+// shifted chroma samples of the sampling members (in cb and cr).
 template <class M>
-Pixels8 reverse8(const int16_t* const* blocks, int r, int h) {
-    const int j = r / M::kV;
-    V128 cb = loadu(blocks[1] + 8 * j), cr = loadu(blocks[2] + 8 * j);
-    if constexpr (M::kH == 2) {
-        cb = h ? _mm_unpackhi_epi16(cb, cb) : _mm_unpacklo_epi16(cb, cb);
-        cr = h ? _mm_unpackhi_epi16(cr, cr) : _mm_unpacklo_epi16(cr, cr);
-    }
+McuChromaTerms chromaRow(const int16_t* const* blocks, int j) {
+    const V128 cb = loadu(blocks[1] + 8 * j), cr = loadu(blocks[2] + 8 * j);
+    if constexpr (M::kColour)
+        return mcuChromaTerms(cb, cr);
+    else
+        return {levelShiftUp(cr), zero(), zero(), levelShiftUp(cb), zero()};
+}
+
+// The terms of chroma samples 4h..4h+3, each taken for both pixels of its pair.
+inline McuChromaTerms replicated(const McuChromaTerms& t, int h) {
+    auto twice = [h](V128 v) { return h ? _mm_unpackhi_epi16(v, v) : _mm_unpacklo_epi16(v, v); };
+    return {twice(t.cr), twice(t.rRest), twice(t.gRest), twice(t.cb), twice(t.bRest)};
+}
+
+// Pixels 8h..8h+7 of MCU row r from their chroma terms. Colour lanes come out
+// saturated to 16 bits (a byte pack clamps them); layouts that take 16-bit
+// lanes get them clamped here.
+template <class M>
+Pixels8 reverse8(const int16_t* const* blocks, int r, int h, const McuChromaTerms& t) {
     const int i = lumaIndex<M::kH>(r, 8 * h);
     const V128 y = loadu(blocks[0] + i);
-    Pixels8 p = M::kColour ? mcuYCbCrToRgb(y, cb, cr)
-                           : Pixels8{levelShiftUp(y), levelShiftUp(cb), levelShiftUp(cr), zero()};
+    Pixels8 p{levelShiftUp(y), t.cb, t.cr, zero()};
+    if constexpr (M::kColour) {
+        p = mcuYCbCrToRgb(y, t);
+        if constexpr (!M::Format::kSixteen)
+            p = {clampByte16(p.c0), clampByte16(p.c1), clampByte16(p.c2), zero()};
+    }
     if constexpr (M::Format::kHasK)
         p.k = _mm_and_si128(_mm_add_epi16(loadu(blocks[3] + i), splat16(128)), splat16(0xFF));
     return p;
 }
 
+template <class F>
+void store16Pair(uint8_t* first, uint8_t* second, const Pixels8& a, const Pixels8& b) {
+    const V128 c0 = _mm_packus_epi16(a.c0, b.c0), c1 = _mm_packus_epi16(a.c1, b.c1);
+    const V128 c2 = _mm_packus_epi16(a.c2, b.c2);
+    if (second)
+        F::store16(first, second, c0, c1, c2);
+    else
+        F::store16(OutRow{{first}}, 0, c0, c1, c2);
+}
+
 }  // namespace
 
-// Three-byte pixels go out sixteen at a time: one row of a 4:2:2 or 4:1:1
-// MCU, or two rows of a 4:4:4 MCU.
+// Fully unrolled over the chroma rows; the chroma terms of a row are formed
+// once and serve its V pixel rows. Three-byte pixels go out sixteen at a
+// time: one row of a 4:2:2 or 4:1:1 MCU, or two rows of a 4:4:4 MCU.
 template <class M>
 void mcuReverseSse2(const int16_t* const* blocks, uint8_t* dst, int32_t dstStep) {
     using F = typename M::Format;
-    if constexpr (F::kSixteen) {
-        constexpr bool kPairedRows = M::kH == 1;
-        for (int r = 0; r < M::kHeight; r += kPairedRows ? 2 : 1) {
-            const Pixels8 a = reverse8<M>(blocks, r, 0);
-            const Pixels8 b =
-                kPairedRows ? reverse8<M>(blocks, r + 1, 0) : reverse8<M>(blocks, r, 1);
-            const V128 c0 = _mm_packus_epi16(a.c0, b.c0), c1 = _mm_packus_epi16(a.c1, b.c1);
-            const V128 c2 = _mm_packus_epi16(a.c2, b.c2);
-            uint8_t* row = rowAt(dst, dstStep, r);
-            if constexpr (kPairedRows)
-                F::store16(row, rowAt(dst, dstStep, r + 1), c0, c1, c2);
-            else
-                F::store16(OutRow{{row}}, 0, c0, c1, c2);
+    if constexpr (F::kSixteen && M::kH == 1) {
+#pragma GCC unroll 4
+        for (int r = 0; r < 8; r += 2) {
+            store16Pair<F>(rowAt(dst, dstStep, r), rowAt(dst, dstStep, r + 1),
+                           reverse8<M>(blocks, r, 0, chromaRow<M>(blocks, r)),
+                           reverse8<M>(blocks, r + 1, 0, chromaRow<M>(blocks, r + 1)));
         }
     } else {
-        for (int r = 0; r < M::kHeight; ++r)
-            for (int h = 0; h < M::kH; ++h)
-                F::store8(OutRow{{rowAt(dst, dstStep, r)}}, 8 * h, reverse8<M>(blocks, r, h));
+#pragma GCC unroll 8
+        for (int j = 0; j < 8; ++j) {
+            const McuChromaTerms t = chromaRow<M>(blocks, j);
+            McuChromaTerms half[2] = {t, t};
+            if constexpr (M::kH == 2) half[0] = replicated(t, 0), half[1] = replicated(t, 1);
+            for (int v = 0; v < M::kV; ++v) {
+                const int r = j * M::kV + v;
+                uint8_t* row = rowAt(dst, dstStep, r);
+                if constexpr (F::kSixteen) {
+                    store16Pair<F>(row, nullptr, reverse8<M>(blocks, r, 0, half[0]),
+                                   reverse8<M>(blocks, r, 1, half[1]));
+                } else {
+                    for (int h = 0; h < M::kH; ++h)
+                        F::store8(OutRow{{row}}, 8 * h, reverse8<M>(blocks, r, h, half[h]));
+                }
+            }
+        }
     }
 }
 

@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "core/sse2.h"
 #include "jpeg/sample/sampling.h"
 
@@ -19,23 +21,82 @@ V128 pairSums(V128 v) {
 
 V128 widen8(const uint8_t* p) { return _mm_unpacklo_epi8(loadLow64(p), zero()); }
 
-// Even and odd outputs of eight source positions, interleaved into 16 bytes.
+// Four bytes into the low four 16-bit lanes.
+V128 widen4(const uint8_t* p) {
+    int32_t v;
+    std::memcpy(&v, p, sizeof v);
+    return _mm_unpacklo_epi8(_mm_cvtsi32_si128(v), zero());
+}
+
+// Even and odd outputs of eight source positions, interleaved into 16 bytes;
+// of four positions (the low lanes), into 8 bytes.
 void storeEvenOdd(uint8_t* d, V128 even, V128 odd) {
     storeu(d, packSaturate16To8u(_mm_unpacklo_epi16(even, odd), _mm_unpackhi_epi16(even, odd)));
+}
+void storeEvenOdd4(uint8_t* d, V128 even, V128 odd) {
+    const V128 pairs = _mm_unpacklo_epi16(even, odd);
+    storeLow64(d, packSaturate16To8u(pairs, pairs));
 }
 
 V128 times3(V128 v) { return _mm_add_epi16(_mm_add_epi16(v, v), v); }
 
+// Eight outputs (16 source bytes of each row) as 16-bit lanes.
+V128 boxH2V1Eight(const uint8_t* s, V128 bias) {
+    return _mm_srli_epi16(_mm_add_epi16(pairSums(loadu(s)), bias), 1);
+}
+V128 boxH2V2Eight(const uint8_t* s1, const uint8_t* s2, V128 bias) {
+    const V128 sum = _mm_add_epi16(pairSums(loadu(s1)), pairSums(loadu(s2)));
+    return _mm_srli_epi16(_mm_add_epi16(sum, bias), 2);
+}
+
+// 2N outputs from source positions i..i+N-1 (N = 8, or 4 for a short row's
+// last vector step), reading s[i-1..i+N]: no further than the scalar formulas.
+template <int N>
+V128 widenN(const uint8_t* p) {
+    return N == 8 ? widen8(p) : widen4(p);
+}
+template <int N>
+void storeEvenOddN(uint8_t* d, V128 even, V128 odd) {
+    if constexpr (N == 8)
+        storeEvenOdd(d, even, odd);
+    else
+        storeEvenOdd4(d, even, odd);
+}
+template <int N>
+void triangleH2V1Step(const uint8_t* p, uint8_t* d) {
+    const V128 c3 = times3(widenN<N>(p));
+    const V128 even =
+        _mm_srli_epi16(_mm_add_epi16(c3, _mm_add_epi16(widenN<N>(p - 1), splat16(1))), 2);
+    const V128 odd =
+        _mm_srli_epi16(_mm_add_epi16(c3, _mm_add_epi16(widenN<N>(p + 1), splat16(2))), 2);
+    storeEvenOddN<N>(d, even, odd);
+}
+template <int N>
+void triangleH2V2Step(const uint8_t* near, const uint8_t* far, uint8_t* d) {
+    auto column = [](const uint8_t* n, const uint8_t* f) {
+        return _mm_add_epi16(times3(widenN<N>(n)), widenN<N>(f));
+    };
+    const V128 c3 = times3(column(near, far));
+    const V128 left = column(near - 1, far - 1), right = column(near + 1, far + 1);
+    const V128 even = _mm_srli_epi16(_mm_add_epi16(c3, _mm_add_epi16(left, splat16(8))), 4);
+    const V128 odd = _mm_srli_epi16(_mm_add_epi16(c3, _mm_add_epi16(right, splat16(7))), 4);
+    storeEvenOddN<N>(d, even, odd);
+}
+
 }  // namespace
 
-// 16 outputs (32 source bytes) per step.
+// 16 outputs per step, then one step of 8 so that short rows (a chroma row
+// of one MCU row) stay in vectors, then the scalar tail.
 void boxDownH2V1Sse2(const uint8_t* s, uint8_t* d, int32_t count, BoxBias bias) {
     const V128 b = biasLanes(bias);
     int32_t k = 0;
-    for (; k + 16 <= count; k += 16) {
-        const V128 low = _mm_srli_epi16(_mm_add_epi16(pairSums(loadu(s + 2 * k)), b), 1);
-        const V128 high = _mm_srli_epi16(_mm_add_epi16(pairSums(loadu(s + 2 * k + 16)), b), 1);
-        storeu(d + k, packSaturate16To8u(low, high));
+    for (; k + 16 <= count; k += 16)
+        storeu(d + k,
+               packSaturate16To8u(boxH2V1Eight(s + 2 * k, b), boxH2V1Eight(s + 2 * k + 16, b)));
+    if (k + 8 <= count) {
+        const V128 v = boxH2V1Eight(s + 2 * k, b);
+        storeLow64(d + k, packSaturate16To8u(v, v));
+        k += 8;
     }
     boxDownH2V1Scalar(s + 2 * k, d + k, count - k, bias);
 }
@@ -44,47 +105,33 @@ void boxDownH2V2Sse2(const uint8_t* s1, const uint8_t* s2, uint8_t* d, int32_t c
                      BoxBias bias) {
     const V128 b = biasLanes(bias);
     int32_t k = 0;
-    for (; k + 16 <= count; k += 16) {
-        V128 half[2];
-        for (int h = 0; h < 2; ++h) {
-            const int32_t at = 2 * k + 16 * h;
-            const V128 sum = _mm_add_epi16(pairSums(loadu(s1 + at)), pairSums(loadu(s2 + at)));
-            half[h] = _mm_srli_epi16(_mm_add_epi16(sum, b), 2);
-        }
-        storeu(d + k, packSaturate16To8u(half[0], half[1]));
+    for (; k + 16 <= count; k += 16)
+        storeu(d + k, packSaturate16To8u(boxH2V2Eight(s1 + 2 * k, s2 + 2 * k, b),
+                                         boxH2V2Eight(s1 + 2 * k + 16, s2 + 2 * k + 16, b)));
+    if (k + 8 <= count) {
+        const V128 v = boxH2V2Eight(s1 + 2 * k, s2 + 2 * k, b);
+        storeLow64(d + k, packSaturate16To8u(v, v));
+        k += 8;
     }
     boxDownH2V2Scalar(s1 + 2 * k, s2 + 2 * k, d + k, count - k, bias);
 }
 
-// 16 outputs from source positions i..i+7, reading s[i-1..i+8]; the last full
-// step reads no further than the scalar formulas do.
 void triangleUpH2V1Sse2(const uint8_t* s, uint8_t* d, int32_t dstWidth) {
     int32_t x = 0;
-    for (; x + 16 <= dstWidth; x += 16) {
-        const uint8_t* p = s + x / 2;
-        const V128 c3 = times3(widen8(p));
-        const V128 even =
-            _mm_srli_epi16(_mm_add_epi16(c3, _mm_add_epi16(widen8(p - 1), splat16(1))), 2);
-        const V128 odd =
-            _mm_srli_epi16(_mm_add_epi16(c3, _mm_add_epi16(widen8(p + 1), splat16(2))), 2);
-        storeEvenOdd(d + x, even, odd);
+    for (; x + 16 <= dstWidth; x += 16) triangleH2V1Step<8>(s + x / 2, d + x);
+    if (x + 8 <= dstWidth) {
+        triangleH2V1Step<4>(s + x / 2, d + x);
+        x += 8;
     }
     triangleUpH2V1Scalar(s + x / 2, d + x, dstWidth - x);
 }
 
 void triangleUpH2V2Sse2(const uint8_t* near, const uint8_t* far, uint8_t* d, int32_t dstWidth) {
     int32_t x = 0;
-    auto column = [](const uint8_t* n, const uint8_t* f) {
-        return _mm_add_epi16(times3(widen8(n)), widen8(f));
-    };
-    for (; x + 16 <= dstWidth; x += 16) {
-        const int32_t i = x / 2;
-        const V128 c3 = times3(column(near + i, far + i));
-        const V128 left = column(near + i - 1, far + i - 1);
-        const V128 right = column(near + i + 1, far + i + 1);
-        const V128 even = _mm_srli_epi16(_mm_add_epi16(c3, _mm_add_epi16(left, splat16(8))), 4);
-        const V128 odd = _mm_srli_epi16(_mm_add_epi16(c3, _mm_add_epi16(right, splat16(7))), 4);
-        storeEvenOdd(d + x, even, odd);
+    for (; x + 16 <= dstWidth; x += 16) triangleH2V2Step<8>(near + x / 2, far + x / 2, d + x);
+    if (x + 8 <= dstWidth) {
+        triangleH2V2Step<4>(near + x / 2, far + x / 2, d + x);
+        x += 8;
     }
     triangleUpH2V2Scalar(near + x / 2, far + x / 2, d + x, dstWidth - x);
 }

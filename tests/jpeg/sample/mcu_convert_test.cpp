@@ -314,6 +314,34 @@ const ReverseMember& reverseNamed(const std::string& name) {
     throw std::runtime_error(name);
 }
 
+// Every RGB triple through the 4:4:4 members, 64 triples per MCU: the
+// three-byte path (sixteen pixels, pair rows) and the CMYK path (eight
+// pixels, inks inverted) meet every value the pair arithmetic of luma and
+// chroma can see. The sanitizer build visits every tenth MCU.
+TEST(McuForward, VectorMatchesScalarOnEveryTriple) {
+    const int stride = 10 / test::scaledCount(10);
+    for (const char* name :
+         {"zeqiRGBToYCbCr444LS_MCU_8u16s_C3P3R", "zeqiCMYKToYCCK444LS_MCU_8u16s_C4P4R"}) {
+        const auto& m = forwardNamed(name);
+        const int bytes = m.shape.rowBytes / 8;
+        std::vector<uint8_t> src(static_cast<size_t>(m.shape.rowBytes * 8));
+        BlockSet vector(m.shape), scalar(m.shape);
+        for (int mcu = 0; mcu < (1 << 18); mcu += stride) {
+            for (int i = 0; i < 64; ++i) {
+                const int t = mcu * 64 + i;
+                for (int c = 0; c < bytes; ++c) {
+                    const int v = c < 3 ? (t >> (8 * c)) & 255 : i;
+                    src[static_cast<size_t>(bytes * i + c)] =
+                        static_cast<uint8_t>(bytes == 4 && c < 3 ? 255 - v : v);
+                }
+            }
+            m.vector(src.data(), m.shape.rowBytes, vector.pointers());
+            m.scalar(src.data(), m.shape.rowBytes, scalar.pointers());
+            ASSERT_TRUE(vector == scalar) << name << " MCU " << mcu;
+        }
+    }
+}
+
 // Fills an MCU with one pixel value (given as its bytes) and converts it.
 BlockSet forwardOfFlat(const std::string& name, const std::vector<uint8_t>& pixel) {
     const auto& m = forwardNamed(name);
@@ -455,6 +483,38 @@ TEST(McuReverse, ChromaIsReplicatedOverItsPixelGroup) {
             ASSERT_EQ(dst[static_cast<size_t>(48 * r + 3 * c + 1)], j - 64 + 128);
             ASSERT_EQ(dst[static_cast<size_t>(48 * r + 3 * c + 2)], -j + 128);
         }
+}
+
+// The inverse sums with saturating 16-bit adds; samples at and around the
+// points where those sums saturate, or where what follows a saturation is
+// largest, give the same bytes as the exact arithmetic. Every combination of
+// the critical values through the 4:4:4 members of both store paths.
+TEST(McuReverse, SaturatingSumsClampLikeExactOnes) {
+    const std::vector<int16_t> critical = {
+        -32768, -32767, -32766, -32641, -32640, -32639, -32513, -32512, -32511,
+        -20644, -20000, -13173, -7471,  -383,   -256,   -255,   -129,   -128,
+        -127,   -1,     0,      1,      127,    128,    255,    256,    383,
+        7470,   13172,  20644,  32511,  32512,  32639,  32640,  32766,  32767};
+    const size_t n = critical.size();
+    for (const char* name :
+         {"zeqiYCbCr444ToRGBLS_MCU_16s8u_P3C3R", "zeqiYCbCr444ToBGR565LS_MCU_16s16u_P3C3R",
+          "zeqiYCCK444ToCMYKLS_MCU_16s8u_P4C4R"}) {
+        const auto& m = reverseNamed(name);
+        BlockSet blocks(m.shape);
+        std::vector<uint8_t> vector(static_cast<size_t>(m.shape.rowBytes * 8));
+        std::vector<uint8_t> scalar(vector.size());
+        for (size_t first = 0; first < n * n * n; first += 64) {
+            for (size_t i = 0; i < 64; ++i) {
+                const size_t t = (first + i) % (n * n * n);
+                const size_t digit[4] = {t % n, t / n % n, t / n / n, t % n};  // Y, Cb, Cr, K
+                for (int c = 0; c < m.shape.components; ++c)
+                    blocks.pointers()[c][i] = critical[digit[c]];
+            }
+            m.vector(blocks.pointers(), vector.data(), m.shape.rowBytes);
+            m.scalar(blocks.pointers(), scalar.data(), m.shape.rowBytes);
+            ASSERT_EQ(vector, scalar) << name << " from " << first;
+        }
+    }
 }
 
 // ---- Check orders ------------------------------------------------------------

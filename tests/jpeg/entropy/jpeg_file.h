@@ -227,13 +227,6 @@ struct ParsedFile {
     bool ok = false;
 };
 
-inline TableDefinition definitionOf(const container::JpegHuffmanTable& t) {
-    TableDefinition d{};
-    d.bits = t.counts;
-    d.values = t.symbols;
-    return d;
-}
-
 // Frame header (SOF0, SOF1 or SOF2), DHT, DRI and every SOS with the data
 // behind it, read by the container parser that zeqcodec uses.
 inline ParsedFile parseJpegFile(const std::vector<uint8_t>& file) {

@@ -543,7 +543,7 @@ bool decodeDct(const uint8_t* data, size_t size, const JpegParsedFile& file,
     ColourSpace space = colourSpaceOf(file);
     if (!options.convertColour && space == ColourSpace::YCbCr) space = ColourSpace::RGB;
     prepareImage(image, layout.outWidth, layout.outHeight, space == ColourSpace::Grey ? 1 : 3);
-    OutputWriter writer(layout.planes, space, image, options.threads >= 2);
+    OutputWriter writer(layout.planes, space, image);
     Progress progress(progressWanted(options, frame.width, frame.height), layout.outHeight);
 
     const bool singlePass = !progressive && file.scans.size() == 1 &&

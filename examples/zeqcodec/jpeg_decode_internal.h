@@ -63,10 +63,12 @@ private:
 // edges replicated) and colour conversion through the library.
 class OutputWriter {
 public:
-    // serial: convert in pieces small enough that the library never starts
-    // threads of its own (the two-thread decoder already uses both cores).
-    OutputWriter(const PlaneSet& planes, ColourSpace space, zeq::container::Image& image,
-                 bool serial = false);
+    // Colour is converted in pieces small enough that the library never
+    // starts threads of its own: a one-thread decode stays on one thread
+    // (idle team threads spinning between MCU rows would compete with the
+    // entropy decoder on a busy machine), and the two-thread decoder already
+    // uses both cores.
+    OutputWriter(const PlaneSet& planes, ColourSpace space, zeq::container::Image& image);
     // Converts output rows [begin, end).
     void rows(int32_t begin, int32_t end);
 
@@ -76,7 +78,6 @@ private:
     const PlaneSet& planes_;
     ColourSpace space_;
     zeq::container::Image& image_;
-    bool serial_;
     std::vector<uint8_t> upsampled_;  // kChunkRows rows per up-sampled plane
 };
 

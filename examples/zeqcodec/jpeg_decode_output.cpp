@@ -56,8 +56,8 @@ bool progressWanted(const JpegDecodeOptions& options, int32_t width, int32_t hei
     return options.reportProgress && int64_t(width) * height > kProgressPixels;
 }
 
-OutputWriter::OutputWriter(const PlaneSet& planes, ColourSpace space, Image& image, bool serial)
-    : planes_(planes), space_(space), image_(image), serial_(serial) {
+OutputWriter::OutputWriter(const PlaneSet& planes, ColourSpace space, Image& image)
+    : planes_(planes), space_(space), image_(image) {
     size_t upsampledPlanes = 0;
     for (int32_t c = 0; c < planes.count; ++c)
         if (planes.upH[c] > 1 || planes.upV[c] > 1) ++upsampledPlanes;
@@ -101,10 +101,7 @@ void OutputWriter::rows(int32_t begin, int32_t end) {
         if (space_ == ColourSpace::Grey) {
             for (int32_t i = 0; i < n; ++i)
                 std::memcpy(out + size_t(i) * outStep, src[0] + size_t(i) * step, size_t(width));
-        } else if (space_ == ColourSpace::YCbCr && !serial_) {
-            zeqiYCbCrToRGB_JPEG_8u_P3C3R(src, step, out, int32_t(outStep), ZeqiSize{width, n});
         } else if (space_ == ColourSpace::YCbCr) {
-            // Pieces the library converts on the calling thread.
             for (int32_t i = 0; i < n; ++i)
                 for (int32_t x = 0; x < width; x += kSerialPixels) {
                     const size_t at = size_t(i) * step + size_t(x);

@@ -248,7 +248,9 @@ public:
 
     // T.81 EXTEND: s bits with the top bit 0 stand for v + 1 - 2^s.
     ZEQ_ENTROPY_INLINE static int32_t extend(uint32_t v, int s) {
-        return static_cast<int32_t>(v) + (v < kExtendHalf[s] ? kExtendOffset[s] : 0);
+        // All ones below the half (no branch: the sign of a coefficient is noise).
+        const int32_t below = static_cast<int32_t>(v - kExtendHalf[s]) >> 31;
+        return static_cast<int32_t>(v) + (below & kExtendOffset[s]);
     }
 
     // ---- The general steps on the reader's own bits ----

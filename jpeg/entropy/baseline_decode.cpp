@@ -128,7 +128,7 @@ ZeqStatus decodeOneWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos
                              int32_t* marker, const HuffmanDecodeSpec* table,
                              HuffmanDecodeState* state) {
     StreamBitReader in = openStream(src, srcLen, srcPos, marker, state);
-    int16_t value;
+    int16_t value = 0;
     const ZeqStatus status = decodeLoneValue(in, table, &value);
     closeStream(in, srcPos, state);
     if (status == StatusOk) *dst = value;

@@ -95,11 +95,14 @@ ZEQ_ENTROPY_INLINE ZeqStatus decodeBlockBody(Reader& in, int16_t* dst, int16_t* 
     return status;
 }
 
-}  // namespace
-
+// Clears dst and decodes one block; *covered receives one past the zigzag
+// index reached (0 when the DC symbol could not be read). Runs up to eight
+// positions past index 63 land on position 63; further gives
+// StatusBlockOverrun. A failure leaves the coefficients decoded so far.
 template <class Reader>
-ZeqStatus decodeBlock(Reader& in, int16_t* dst, int16_t* lastDC, const HuffmanDecodeSpec* dc,
-                      const HuffmanDecodeSpec* ac, int32_t* covered) {
+ZEQ_ENTROPY_INLINE ZeqStatus decodeBlock(Reader& in, int16_t* dst, int16_t* lastDC,
+                                         const HuffmanDecodeSpec* dc, const HuffmanDecodeSpec* ac,
+                                         int32_t* covered) {
     clearBlock(dst);
     int next = 0;
     const ZeqStatus status = decodeBlockBody(in, dst, lastDC, dc, ac, next);
@@ -107,10 +110,7 @@ ZeqStatus decodeBlock(Reader& in, int16_t* dst, int16_t* lastDC, const HuffmanDe
     return status;
 }
 
-template ZeqStatus decodeBlock(StreamBitReader&, int16_t*, int16_t*, const HuffmanDecodeSpec*,
-                               const HuffmanDecodeSpec*, int32_t*);
-template ZeqStatus decodeBlock(UnboundedBitReader&, int16_t*, int16_t*, const HuffmanDecodeSpec*,
-                               const HuffmanDecodeSpec*, int32_t*);
+}  // namespace
 
 ZeqStatus decodeBlockWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
                                int16_t* lastDC, int32_t* marker, const HuffmanDecodeSpec* dc,

@@ -10,9 +10,9 @@ namespace {
 
 void clearBlock(int16_t* dst) {
     const __m128i zero = _mm_setzero_si128();
-    for (int i = 0; i < kBlockSize; i += 8) _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), zero);
+    for (int i = 0; i < kBlockSize; i += 8)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), zero);
 }
-
 
 // One AC step on bits in registers: a symbol, then for a coefficient its
 // extra bits stored at its place. Returns false at the end of the block
@@ -21,12 +21,8 @@ template <bool kSure, class Reader>
 ZEQ_ENTROPY_INLINE bool decodeACStep(Reader& in, ReaderBits& bits, int16_t* dst,
                                      const HuffmanDecodeSpec* ac, int& next, ZeqStatus& status) {
     int symbol;
-    if (!Reader::template quickSymbol<kSure>(bits, ac, &symbol)) {
-        in.setBits(bits);
-        status = in.generalSymbol(ac, &symbol);
-        bits = in.bits();
-        if (status != StatusOk) return false;
-    }
+    status = in.template symbol<kSure>(bits, ac, &symbol);
+    if (status != StatusOk) return false;
     const int run = (symbol >> 4) & 15;
     const int size = symbol & kCategoryMask;
     if (size == 0) {
@@ -41,12 +37,8 @@ ZEQ_ENTROPY_INLINE bool decodeACStep(Reader& in, ReaderBits& bits, int16_t* dst,
         return false;
     }
     int32_t coefficient;
-    if (!Reader::template quickExtended<kSure>(bits, size, &coefficient)) {
-        in.setBits(bits);
-        status = in.generalExtended(size, &coefficient);
-        bits = in.bits();
-        if (status != StatusOk) return false;
-    }
+    status = in.template extended<kSure>(bits, size, &coefficient);
+    if (status != StatusOk) return false;
     dst[kNaturalOfZigzagWithTail[k]] = static_cast<int16_t>(coefficient);
     return true;
 }
@@ -61,30 +53,20 @@ ZEQ_ENTROPY_INLINE ZeqStatus decodeBlockBody(Reader& in, int16_t* dst, int16_t* 
                                              const HuffmanDecodeSpec* ac, int& next) {
     ReaderBits bits = in.bits();
     in.readAhead(bits);
-    ZeqStatus status = StatusOk;
     int symbol;
-    if (!Reader::quickSymbol(bits, dc, &symbol)) {
-        in.setBits(bits);
-        status = in.generalSymbol(dc, &symbol);
-        bits = in.bits();
-        if (status != StatusOk) return status;
-    }
-    next = 1;
-    const int s = symbol & kCategoryMask;
-    if (s != 0) {
-        int32_t diff;
-        if (!Reader::quickExtended(bits, s, &diff)) {
-            in.setBits(bits);
-            status = in.generalExtended(s, &diff);
-            bits = in.bits();
-            if (status != StatusOk) return status;
+    ZeqStatus status = in.symbol(bits, dc, &symbol);
+    if (status == StatusOk) {
+        next = 1;
+        const int s = symbol & kCategoryMask;
+        int32_t diff = 0;
+        if (s != 0) status = in.extended(bits, s, &diff);
+        if (status == StatusOk) {
+            *lastDC = static_cast<int16_t>(*lastDC + diff);
+            dst[0] = *lastDC;
         }
-        *lastDC = static_cast<int16_t>(*lastDC + diff);
     }
-    dst[0] = *lastDC;
 
-    for (;;) {
-        if (next >= kBlockSize) break;
+    while (status == StatusOk && next < kBlockSize) {
         if (bits.avail < kSureStepBits) in.readAhead(bits);
         const bool more = bits.avail >= kSureStepBits
                               ? decodeACStep<true>(in, bits, dst, ac, next, status)

@@ -19,7 +19,6 @@
 #ifndef ZEQ_JPEG_ENTROPY_BIT_READER_H
 #define ZEQ_JPEG_ENTROPY_BIT_READER_H
 
-#include <cstdint>
 #include <emmintrin.h>
 
 #include <array>
@@ -70,7 +69,8 @@ inline bool longerThanLength(const HuffmanDecodeSpec* table, uint32_t code, int 
 inline int longCodeLengthScalar(const HuffmanDecodeSpec* table, uint32_t window) {
     constexpr int kWindow = kMaxCodeLength + 1;
     int length = kFastLookupBits + 1;
-    while (length <= kMaxCodeLength && longerThanLength(table, window >> (kWindow - length), length))
+    while (length <= kMaxCodeLength &&
+           longerThanLength(table, window >> (kWindow - length), length))
         ++length;
     return length;
 }
@@ -83,17 +83,17 @@ ZEQ_ENTROPY_INLINE int longCodeLength(const HuffmanDecodeSpec* table, uint32_t w
     const __m128i scale = _mm_setr_epi16(1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14,
                                          static_cast<int16_t>(1 << 15), 0);
     const __m128i keep = _mm_setr_epi16(0, 0, 0, 0, 0, 0, 0, 1);
-    const __m128i codes =
-        _mm_or_si128(_mm_mulhi_epu16(top16, scale), _mm_mullo_epi16(top16, keep));
+    const __m128i codes = _mm_or_si128(_mm_mulhi_epu16(top16, scale), _mm_mullo_epi16(top16, keep));
     __m128i last;
-    std::memcpy(&last, reinterpret_cast<const uint8_t*>(table) + offsetof(HuffmanDecodeSpec, maxCode) +
-                           kFirst * sizeof(int16_t),
+    std::memcpy(&last,
+                reinterpret_cast<const uint8_t*>(table) + offsetof(HuffmanDecodeSpec, maxCode) +
+                    kFirst * sizeof(int16_t),
                 sizeof(last));
     const __m128i allOnes = _mm_cmpeq_epi16(last, last);
     const __m128i bias = _mm_set1_epi16(static_cast<int16_t>(0x8000));
-    const __m128i longer = _mm_or_si128(
-        _mm_cmpeq_epi16(last, allOnes),
-        _mm_cmpgt_epi16(_mm_xor_si128(codes, bias), _mm_xor_si128(last, bias)));
+    const __m128i longer =
+        _mm_or_si128(_mm_cmpeq_epi16(last, allOnes),
+                     _mm_cmpgt_epi16(_mm_xor_si128(codes, bias), _mm_xor_si128(last, bias)));
     const uint32_t fits = ~static_cast<uint32_t>(_mm_movemask_epi8(longer)) & 0xFFFF;
     return fits != 0 ? kFirst + (__builtin_ctz(fits) >> 1) : kMaxCodeLength + 1;
 }
@@ -106,8 +106,8 @@ struct ReaderBits {
     uint64_t older;   // the bits pushed out of `window`
     int32_t pos;      // past the last byte taken, those ahead included
     int avail;
-    int ahead;          // a multiple of 8: the bytes taken early, at the bottom of the window
-    uint32_t stuffed;   // bit i: the i-th newest byte of the window was a stuffed 0xFF
+    int ahead;         // a multiple of 8: the bytes taken early, at the bottom of the window
+    uint32_t stuffed;  // bit i: the i-th newest byte of the window was a stuffed 0xFF
 };
 
 // The reader works with two read-aheads. The contract's reader holds `count`
@@ -138,7 +138,8 @@ public:
     int32_t position() const {
         const int bytes = b_.ahead >> 3;
         int32_t pos = b_.pos - bytes;
-        for (uint32_t stuffed = b_.stuffed & ((1u << bytes) - 1); stuffed != 0; stuffed &= stuffed - 1)
+        for (uint32_t stuffed = b_.stuffed & ((1u << bytes) - 1); stuffed != 0;
+             stuffed &= stuffed - 1)
             --pos;  // the 0x00 after a stuffed 0xFF ahead
         return pos;
     }
@@ -276,14 +277,28 @@ public:
     // bits (or fewer than 8 bits left) go through the length arrays, up to 16
     // bits. No match gives symbol 0 and StatusCoefficientRange.
     ZEQ_ENTROPY_INLINE ZeqStatus symbol(const HuffmanDecodeSpec* table, int* s) {
-        if (quickSymbol(b_, table, s)) return StatusOk;
-        return generalSymbol(table, s);
+        return symbol(b_, table, s);
     }
-
     // s (1..16) extra bits as the signed value they stand for.
-    ZEQ_ENTROPY_INLINE ZeqStatus extended(int s, int32_t* value) {
-        if (quickExtended(b_, s, value)) return StatusOk;
-        return generalExtended(s, value);
+    ZEQ_ENTROPY_INLINE ZeqStatus extended(int s, int32_t* value) { return extended(b_, s, value); }
+
+    // The same on a copy of the bits (see quickSymbol for kSure), handing
+    // them to the general path and back when the quick one cannot serve.
+    template <bool kSure = false>
+    ZEQ_ENTROPY_INLINE ZeqStatus symbol(ReaderBits& b, const HuffmanDecodeSpec* table, int* s) {
+        if (quickSymbol<kSure>(b, table, s)) return StatusOk;
+        setBits(b);
+        const ZeqStatus status = generalSymbol(table, s);
+        b = b_;
+        return status;
+    }
+    template <bool kSure = false>
+    ZEQ_ENTROPY_INLINE ZeqStatus extended(ReaderBits& b, int s, int32_t* value) {
+        if (quickExtended<kSure>(b, s, value)) return StatusOk;
+        setBits(b);
+        const ZeqStatus status = generalExtended(s, value);
+        b = b_;
+        return status;
     }
 
     // The general paths, out of line.

@@ -195,7 +195,8 @@ private:
             std::memcpy(out_, &bigEndian, 8);
             out_ += 8;
         } else {
-            for (int shift = 56; shift >= 0; shift -= 8) putByte(static_cast<uint8_t>(word >> shift));
+            for (int shift = 56; shift >= 0; shift -= 8)
+                putByte(static_cast<uint8_t>(word >> shift));
         }
     }
     // Writes the whole pending bytes; returns the bits left (0..7). Without
@@ -207,7 +208,7 @@ private:
         int count = kAccumulatorBits - free_;
         const int bytes = count >> 3;
         if (bytes > 0) {
-            const uint64_t word = acc_ << (kAccumulatorBits - count);  // first byte at the top
+            const uint64_t word = acc_ << (kAccumulatorBits - count);      // first byte at the top
             const uint64_t kept = (~uint64_t{0} >> 1) >> (8 * bytes - 1);  // the bytes after them
             const uint64_t inverted = ~word | kept;
             const bool hasFF =

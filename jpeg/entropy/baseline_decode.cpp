@@ -8,54 +8,91 @@ namespace zeq {
 
 namespace {
 
+void clearBlock(int16_t* dst) {
+    const __m128i zero = _mm_setzero_si128();
+    for (int i = 0; i < kBlockSize; i += 8)
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), zero);
+}
+
+// One AC step on bits in registers: a symbol, then for a coefficient its
+// extra bits stored at its place. Returns false at the end of the block
+// (EOB, or a status in `status`). kSure: see quickSymbol.
+template <bool kSure, class Reader>
+ZEQ_ENTROPY_INLINE bool decodeACStep(Reader& in, ReaderBits& bits, int16_t* dst,
+                                     const HuffmanDecodeSpec* ac, int& next, ZeqStatus& status) {
+    int symbol;
+    status = in.template symbol<kSure>(bits, ac, &symbol);
+    if (status != StatusOk) return false;
+    const int run = (symbol >> 4) & 15;
+    const int size = symbol & kCategoryMask;
+    if (size == 0) {
+        if (run != kZeroRunCode) return false;  // EOB
+        next += kZeroRunLength;
+        return true;
+    }
+    const int k = next + run;
+    next = k + 1;
+    if (k >= kBlockSize + kOverrunTolerance) {
+        status = StatusBlockOverrun;
+        return false;
+    }
+    int32_t coefficient;
+    status = in.template extended<kSure>(bits, size, &coefficient);
+    if (status != StatusOk) return false;
+    dst[kNaturalOfZigzagWithTail[k]] = static_cast<int16_t>(coefficient);
+    return true;
+}
+
 // Covered positions: the next zigzag index, which is 64 minus the positions
-// still to decode.
+// still to decode. The AC loop keeps the reader's bits in registers and
+// hands them back only for the general paths; with the window full enough
+// for a whole step it leaves out the tests for bytes ahead.
 template <class Reader>
 ZEQ_ENTROPY_INLINE ZeqStatus decodeBlockBody(Reader& in, int16_t* dst, int16_t* lastDC,
                                              const HuffmanDecodeSpec* dc,
                                              const HuffmanDecodeSpec* ac, int& next) {
+    ReaderBits bits = in.bits();
+    in.readAhead(bits);
     int symbol;
-    if (ZeqStatus status = in.symbol(dc, &symbol)) return status;
-    next = 1;
-    if (ZeqStatus status = dcValueOfSymbol(in, symbol, lastDC, &dst[0])) return status;
-
-    while (next < kBlockSize) {
-        if (ZeqStatus status = in.symbol(ac, &symbol)) return status;
-        const int run = (symbol >> 4) & 15;
-        const int size = symbol & kCategoryMask;
-        if (size == 0) {
-            if (run != kZeroRunCode) return StatusOk;  // EOB
-            next += kZeroRunLength;
-            continue;
+    ZeqStatus status = in.symbol(bits, dc, &symbol);
+    if (status == StatusOk) {
+        next = 1;
+        const int s = symbol & kCategoryMask;
+        int32_t diff = 0;
+        if (s != 0) status = in.extended(bits, s, &diff);
+        if (status == StatusOk) {
+            *lastDC = static_cast<int16_t>(*lastDC + diff);
+            dst[0] = *lastDC;
         }
-        const int k = next + run;
-        next = k + 1;
-        if (k >= kBlockSize + kOverrunTolerance) return StatusBlockOverrun;
-        int32_t coefficient;
-        if (ZeqStatus status = in.extended(size, &coefficient)) return status;
-        dst[kNaturalOfZigzagWithTail[k]] = static_cast<int16_t>(coefficient);
     }
-    return StatusOk;
+
+    while (status == StatusOk && next < kBlockSize) {
+        if (bits.avail < kSureStepBits) in.readAhead(bits);
+        const bool more = bits.avail >= kSureStepBits
+                              ? decodeACStep<true>(in, bits, dst, ac, next, status)
+                              : decodeACStep<false>(in, bits, dst, ac, next, status);
+        if (!more) break;
+    }
+    in.setBits(bits);
+    return status;
 }
 
-}  // namespace
-
+// Clears dst and decodes one block; *covered receives one past the zigzag
+// index reached (0 when the DC symbol could not be read). Runs up to eight
+// positions past index 63 land on position 63; further gives
+// StatusBlockOverrun. A failure leaves the coefficients decoded so far.
 template <class Reader>
-ZeqStatus decodeBlock(Reader& in, int16_t* dst, int16_t* lastDC, const HuffmanDecodeSpec* dc,
-                      const HuffmanDecodeSpec* ac, int32_t* covered) {
-    std::memset(dst, 0, kBlockSize * sizeof(int16_t));
+ZEQ_ENTROPY_INLINE ZeqStatus decodeBlock(Reader& in, int16_t* dst, int16_t* lastDC,
+                                         const HuffmanDecodeSpec* dc, const HuffmanDecodeSpec* ac,
+                                         int32_t* covered) {
+    clearBlock(dst);
     int next = 0;
-    Reader local = in;  // a local copy keeps the reader's fields in registers
-    const ZeqStatus status = decodeBlockBody(local, dst, lastDC, dc, ac, next);
-    in = local;
+    const ZeqStatus status = decodeBlockBody(in, dst, lastDC, dc, ac, next);
     *covered = next;
     return status;
 }
 
-template ZeqStatus decodeBlock(StreamBitReader&, int16_t*, int16_t*, const HuffmanDecodeSpec*,
-                               const HuffmanDecodeSpec*, int32_t*);
-template ZeqStatus decodeBlock(UnboundedBitReader&, int16_t*, int16_t*, const HuffmanDecodeSpec*,
-                               const HuffmanDecodeSpec*, int32_t*);
+}  // namespace
 
 ZeqStatus decodeBlockWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
                                int16_t* lastDC, int32_t* marker, const HuffmanDecodeSpec* dc,
@@ -73,7 +110,7 @@ ZeqStatus decodeOneWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos
                              int32_t* marker, const HuffmanDecodeSpec* table,
                              HuffmanDecodeState* state) {
     StreamBitReader in = openStream(src, srcLen, srcPos, marker, state);
-    int16_t value;
+    int16_t value = 0;
     const ZeqStatus status = decodeLoneValue(in, table, &value);
     closeStream(in, srcPos, state);
     if (status == StatusOk) *dst = value;

@@ -47,14 +47,6 @@ ZEQ_ENTROPY_INLINE ZeqStatus decodeLoneValue(Reader& in, const HuffmanDecodeSpec
     return StatusOk;
 }
 
-// Clears dst and decodes one block; *covered receives one past the zigzag
-// index reached (0 when the DC symbol could not be read). Runs up to eight
-// positions past index 63 land on position 63; further gives
-// StatusBlockOverrun. A failure leaves the coefficients decoded so far.
-template <class Reader>
-ZeqStatus decodeBlock(Reader& in, int16_t* dst, int16_t* lastDC, const HuffmanDecodeSpec* dc,
-                      const HuffmanDecodeSpec* ac, int32_t* covered);
-
 // The exported operations on their caller-held positions and states.
 ZeqStatus decodeBlockWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
                                int16_t* lastDC, int32_t* marker, const HuffmanDecodeSpec* dc,

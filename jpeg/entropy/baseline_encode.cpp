@@ -31,26 +31,11 @@ template ZeqStatus encodeBlockScalar(const int16_t*, int16_t*, const HuffmanEnco
 template ZeqStatus encodeBlockScalar(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
                                      const HuffmanEncodeSpec*, SymbolCounter&, CategoryLimits);
 
-ZeqStatus encodeBlockWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
-                               int16_t* lastDC, const HuffmanEncodeSpec* dc,
-                               const HuffmanEncodeSpec* ac, HuffmanEncodeState* state) {
-    return codeIntoStream(dst, dstLen, dstPos, state, kWorstCaseBlockBytes,
-                          [&](auto& out) { return encodeBlockSse2(src, lastDC, dc, ac, out); });
-}
-
 ZeqStatus encodeOneWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                              const HuffmanEncodeSpec* table, HuffmanEncodeState* state) {
     BoundedBitWriter out(dst, dstLen, *dstPos, state);
     const ZeqStatus status = encodeLoneValue(*src, table, out);
     out.close(dstPos, state);
-    return status;
-}
-
-ZeqStatus encodeBlockDirect(const int16_t* src, uint8_t* dst, int32_t* dstBitPos, int16_t* lastDC,
-                            const HuffmanEncodeSpec* dc, const HuffmanEncodeSpec* ac) {
-    DirectBitWriter out(dst, *dstBitPos);
-    const ZeqStatus status = encodeBlockSse2(src, lastDC, dc, ac, out);
-    out.close(dstBitPos);
     return status;
 }
 

@@ -81,4 +81,21 @@ template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncode
 template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
                                    const HuffmanEncodeSpec*, SymbolCounter&, CategoryLimits);
 
+// The exported block coders run the vector walk inline on their writer.
+ZeqStatus encodeBlockWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                               int16_t* lastDC, const HuffmanEncodeSpec* dc,
+                               const HuffmanEncodeSpec* ac, HuffmanEncodeState* state) {
+    return codeIntoStream(dst, dstLen, dstPos, state, kWorstCaseBlockBytes, [&](auto& out) {
+        return walkBlock(src, lastDC, dc, ac, out, CategoryLimits{});
+    });
+}
+
+ZeqStatus encodeBlockDirect(const int16_t* src, uint8_t* dst, int32_t* dstBitPos, int16_t* lastDC,
+                            const HuffmanEncodeSpec* dc, const HuffmanEncodeSpec* ac) {
+    DirectBitWriter out(dst, *dstBitPos);
+    const ZeqStatus status = walkBlock(src, lastDC, dc, ac, out, CategoryLimits{});
+    out.close(dstBitPos);
+    return status;
+}
+
 }  // namespace zeq

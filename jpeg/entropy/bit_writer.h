@@ -29,7 +29,8 @@
 namespace zeq {
 
 constexpr uint8_t kStuffedByte = 0x00;
-constexpr int kPendingTop = 24;  // the state keeps pending bits left-aligned below bit 24
+constexpr int kPendingTop = 24;
+constexpr int kWordSlackBytes = 8;  // the state keeps pending bits left-aligned below bit 24
 
 // Bytes one block can take at most: 64 codes of up to 16 bits with up to 16
 // extra bits each, an EOB, 7 pending bits, every byte stuffed.
@@ -104,87 +105,134 @@ public:
     StreamBitWriter(uint8_t* dst, int32_t pos, const HuffmanEncodeState* state)
         : start_(dst), out_(dst + pos) {
         const BitPosition p = loadBitPosition(state);
-        count_ = p.count & 7;
-        acc_ = (p.buffer & 0xFFFFFF) >> (kPendingTop - count_);
+        const int count = p.count & 7;
+        acc_ = (p.buffer & 0xFFFFFF) >> (kPendingTop - count);
+        free_ = kAccumulatorBits - count;
     }
     // At a bit position: the bits already in the byte at bitPos / 8 are kept.
     StreamBitWriter(uint8_t* dst, int32_t bitPos) : start_(dst), out_(dst + (bitPos >> 3)) {
-        count_ = bitPos & 7;
-        acc_ = count_ > 0 ? *out_ >> (8 - count_) : 0;
+        const int count = bitPos & 7;
+        acc_ = count > 0 ? *out_ >> (8 - count) : 0;
+        free_ = kAccumulatorBits - count;
     }
 
     ZEQ_ENTROPY_INLINE ZeqStatus bits(uint32_t value, int n) {
         if (n == 0) return kMissing == MissingCode::Fails ? StatusHuffmanTable : StatusOk;
-        acc_ = (acc_ << n) | (value & ((uint64_t{1} << n) - 1));
-        count_ += n;
-        wrote_ = true;
-        if (count_ >= 32) emitWord();
+        put(value & lowMask(n), n);
         return StatusOk;
     }
     ZEQ_ENTROPY_INLINE ZeqStatus symbol(const HuffmanEncodeSpec* table, int s) {
         const uint32_t entry = codeOf(table, s);
         const int length = codeLength(entry);
         if (length == 0) return kMissing == MissingCode::Fails ? StatusHuffmanTable : StatusOk;
-        return bits(codeBits(entry), length);
+        put(codeBits(entry), length);
+        return StatusOk;
     }
     ZEQ_ENTROPY_INLINE ZeqStatus symbolWithBits(const HuffmanEncodeSpec* table, int s,
                                                 uint32_t value, int n) {
         const uint32_t entry = codeOf(table, s);
         const int length = codeLength(entry);
-        if (length == 0) {
+        if (__builtin_expect(length == 0, 0)) {
             if (kMissing == MissingCode::Fails) return StatusHuffmanTable;
             return n > 0 ? bits(value, n) : StatusOk;
         }
         // Code and extra bits are at most 32 bits together.
-        return bits((codeBits(entry) << n) | lowBits(value, n), length + n);
+        put((uint64_t{codeBits(entry)} << n) | (value & lowMask(n)), length + n);
+        return StatusOk;
     }
 
     // State-based stream: whole bytes out, pending bits into the state.
     void close(int32_t* dstPos, HuffmanEncodeState* state) {
-        drainBytes();
+        const int count = drainBytes();
         *dstPos = static_cast<int32_t>(out_ - start_);
-        const uint32_t pending = static_cast<uint32_t>(lowBits64(count_));
-        storeBitPosition(state, {count_ > 0 ? pending << (kPendingTop - count_) : 0, count_});
+        const uint32_t pending = static_cast<uint32_t>(acc_ & lowMask(count));
+        storeBitPosition(state, {count > 0 ? pending << (kPendingTop - count) : 0, count});
     }
     // Bit position: whole bytes out, then the partial byte (pending bits at
     // the top, zeros below; a zero byte when none are pending). Memory and
     // position stay untouched when nothing was written.
     void close(int32_t* dstBitPos) {
         if (!wrote_) return;
-        drainBytes();
-        *out_ = static_cast<uint8_t>(count_ > 0 ? lowBits64(count_) << (8 - count_) : 0);
-        *dstBitPos = static_cast<int32_t>((out_ - start_) * 8 + count_);
+        const int count = drainBytes();
+        *out_ = static_cast<uint8_t>(count > 0 ? (acc_ & lowMask(count)) << (8 - count) : 0);
+        *dstBitPos = static_cast<int32_t>((out_ - start_) * 8 + count);
     }
 
 private:
-    uint64_t lowBits64(int n) const { return acc_ & ((uint64_t{1} << n) - 1); }
+    static constexpr int kAccumulatorBits = 64;
+
+    static uint64_t lowMask(int n) { return (uint64_t{1} << n) - 1; }
+
+    // n (1..32) bits, none above them set. The accumulator holds its
+    // 64 - free_ pending bits at the bottom (bits above them are stale); when
+    // it overflows, the top of the code completes a word of 8 bytes and the
+    // rest of it stays pending.
+    ZEQ_ENTROPY_INLINE void put(uint64_t code, int n) {
+        wrote_ = true;
+        free_ -= n;
+        if (free_ >= 0) {
+            acc_ = (acc_ << n) | code;
+            return;
+        }
+        const int spill = -free_;
+        emitWord((acc_ << (n - spill)) | (code >> spill));
+        acc_ = code;
+        free_ += kAccumulatorBits;
+    }
 
     ZEQ_ENTROPY_INLINE void putByte(uint8_t byte) {
         *out_++ = byte;
         if (byte == 0xFF) *out_++ = kStuffedByte;
     }
-    ZEQ_ENTROPY_INLINE void emitWord() {
-        const uint32_t word = static_cast<uint32_t>(acc_ >> (count_ - 32));
-        const uint32_t inverted = ~word;
-        const bool hasFF = ((inverted - 0x01010101u) & ~inverted & 0x80808080u) != 0;
-        if (!hasFF) {
-            const uint32_t bigEndian = __builtin_bswap32(word);
-            std::memcpy(out_, &bigEndian, 4);
-            out_ += 4;
+    // Eight bytes high first: one store when none is 0xFF, else one at a
+    // time with stuffing.
+    ZEQ_ENTROPY_INLINE void emitWord(uint64_t word) {
+        const uint64_t inverted = ~word;
+        const bool hasFF =
+            ((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0;
+        if (__builtin_expect(!hasFF, 1)) {
+            const uint64_t bigEndian = __builtin_bswap64(word);
+            std::memcpy(out_, &bigEndian, 8);
+            out_ += 8;
         } else {
-            for (int shift = 24; shift >= 0; shift -= 8)
+            for (int shift = 56; shift >= 0; shift -= 8)
                 putByte(static_cast<uint8_t>(word >> shift));
         }
-        count_ -= 32;
     }
-    void drainBytes() {
-        for (; count_ >= 8; count_ -= 8) putByte(static_cast<uint8_t>(acc_ >> (count_ - 8)));
+    // Writes the whole pending bytes; returns the bits left (0..7). Without
+    // a 0xFF among them the state-based stream, which has a word of room past
+    // its worst case, stores them in one 8-byte write that puts back what
+    // follows them; the direct writer, which has no room past its bytes, one
+    // at a time.
+    int drainBytes() {
+        int count = kAccumulatorBits - free_;
+        const int bytes = count >> 3;
+        if (bytes > 0) {
+            const uint64_t word = acc_ << (kAccumulatorBits - count);      // first byte at the top
+            const uint64_t kept = (~uint64_t{0} >> 1) >> (8 * bytes - 1);  // the bytes after them
+            const uint64_t inverted = ~word | kept;
+            const bool hasFF =
+                ((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0;
+            if (kMissing == MissingCode::Fails && !hasFF) {
+                uint64_t following;
+                std::memcpy(&following, out_, 8);
+                const uint64_t merged =
+                    __builtin_bswap64((word & ~kept) | (__builtin_bswap64(following) & kept));
+                std::memcpy(out_, &merged, 8);
+                out_ += bytes;
+                count -= 8 * bytes;
+            } else {
+                for (; count >= 8; count -= 8) putByte(static_cast<uint8_t>(acc_ >> (count - 8)));
+            }
+        }
+        free_ = kAccumulatorBits - count;
+        return count;
     }
 
     uint8_t* start_;
     uint8_t* out_;
-    uint64_t acc_;  // pending bits, right-aligned; at most 63 between writes
-    int count_;
+    uint64_t acc_;
+    int free_;  // bits the accumulator can take before it is emitted
     bool wrote_ = false;
 };
 
@@ -193,14 +241,15 @@ using DirectBitWriter = StreamBitWriter<MissingCode::Skipped>;
 
 // Runs code(writer) on the caller's stream: with a FastBitWriter when at
 // least worstCaseBytes of room are left (the code cannot fill the
-// destination), with the BoundedBitWriter otherwise. Both give the same bytes,
+// destination) and a word more (its last store), with the BoundedBitWriter
+// otherwise. Both give the same bytes,
 // position and pending bits, also when the code stops at a symbol without a
 // code.
 template <class Code>
 ZEQ_ENTROPY_INLINE ZeqStatus codeIntoStream(uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                                             HuffmanEncodeState* state, int32_t worstCaseBytes,
                                             Code code) {
-    if (int64_t{dstLen} - *dstPos >= worstCaseBytes) {
+    if (int64_t{dstLen} - *dstPos >= int64_t{worstCaseBytes} + kWordSlackBytes) {
         FastBitWriter out(dst, *dstPos, state);
         const ZeqStatus status = code(out);
         out.close(dstPos, state);

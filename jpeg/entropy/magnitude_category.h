@@ -22,15 +22,17 @@ inline int magnitudeCategoryByTable(int32_t v) {
     const uint32_t magnitude = static_cast<uint32_t>(v < 0 ? -v : v);
     return magnitude < 256 ? kBitLengths[magnitude] : kBitLengths[magnitude >> 8] + 8;
 }
+// (2 |v| + 1 keeps 0 at category 0 with no branch.)
 inline int magnitudeCategory(int32_t v) {
-    const uint32_t magnitude = static_cast<uint32_t>(v < 0 ? -v : v);
-    return magnitude == 0 ? 0 : 32 - __builtin_clz(magnitude);
+    const uint32_t sign = static_cast<uint32_t>(v >> 31);
+    const uint32_t magnitude = (static_cast<uint32_t>(v) ^ sign) - sign;
+    return 31 ^ __builtin_clz(2 * magnitude + 1);  // the index of the top bit
 }
 
 // The low `category` bits of v, or of v - 1 for negative v (ones' complement
 // of the magnitude).
 inline uint32_t extraBits(int32_t v, int category) {
-    const uint32_t bits = static_cast<uint32_t>(v) - (v < 0 ? 1u : 0u);
+    const uint32_t bits = static_cast<uint32_t>(v) + static_cast<uint32_t>(v >> 31);
     return bits & ((uint32_t{1} << category) - 1);
 }
 

@@ -16,6 +16,7 @@
 // clang-format on
 
 #include "container/netpbm.h"
+#include "tests/common/libjpeg_trap.h"
 
 namespace zeq::test {
 
@@ -27,19 +28,6 @@ struct LibjpegSettings {
     bool optimize = false;
     int32_t restartInterval = 0;    // MCUs
     bool scanPerComponent = false;  // sequential, one non-interleaved scan per component
-};
-
-struct LibjpegErrorTrap {
-    jpeg_error_mgr manager;
-    std::jmp_buf jump;
-    static void onError(j_common_ptr info) {
-        std::longjmp(reinterpret_cast<LibjpegErrorTrap*>(info->err)->jump, 1);
-    }
-    void attach(j_common_ptr info) {
-        info->err = jpeg_std_error(&manager);
-        manager.error_exit = onError;
-        manager.emit_message = [](j_common_ptr, int) {};
-    }
 };
 
 // A photo-like test image: smooth gradients, a few hard edges and noise.
@@ -69,7 +57,7 @@ inline container::Image syntheticImage(int32_t width, int32_t height, int32_t ch
 inline bool libjpegEncode(const container::Image& image, const LibjpegSettings& s,
                           std::vector<uint8_t>& file) {
     jpeg_compress_struct info;
-    LibjpegErrorTrap trap;
+    LibjpegTrap trap;
     trap.attach(reinterpret_cast<j_common_ptr>(&info));
     unsigned char* buffer = nullptr;
     unsigned long size = 0;
@@ -124,7 +112,7 @@ inline bool libjpegEncode(const container::Image& image, const LibjpegSettings& 
 inline bool libjpegDecode(const std::vector<uint8_t>& file, int32_t denominator, bool ycbcr,
                           container::Image& image) {
     jpeg_decompress_struct info;
-    LibjpegErrorTrap trap;
+    LibjpegTrap trap;
     trap.attach(reinterpret_cast<j_common_ptr>(&info));
     if (setjmp(trap.jump)) {
         jpeg_destroy_decompress(&info);

@@ -17,25 +17,9 @@
 // clang-format on
 
 #include "container/netpbm.h"
+#include "tests/common/libjpeg_trap.h"
 
 namespace zeq::test {
-
-struct LibjpegTrap {
-    jpeg_error_mgr manager;
-    std::jmp_buf jump;
-    char message[JMSG_LENGTH_MAX] = {};
-    void attach(j_common_ptr info) {
-        info->err = jpeg_std_error(&manager);
-        manager.error_exit = [](j_common_ptr info) {
-            auto* trap = reinterpret_cast<LibjpegTrap*>(info->err);
-            info->err->format_message(info, trap->message);
-            std::longjmp(trap->jump, 1);
-        };
-        manager.emit_message = [](j_common_ptr info, int level) {
-            if (level < 0) ++info->err->num_warnings;
-        };
-    }
-};
 
 struct LibjpegComponent {
     int h = 0, v = 0;

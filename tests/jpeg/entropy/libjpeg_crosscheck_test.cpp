@@ -102,7 +102,7 @@ Blocks decodeScan(const ParsedFile& file) {
 // The tables libjpeg codes with by default are those of T.81 Annex K.
 TEST(LibjpegCrossCheck, DefaultTablesAreTheAnnexKTables) {
     jpeg_compress_struct info;
-    ErrorTrap trap;
+    LibjpegTrap trap;
     trap.attach(reinterpret_cast<j_common_ptr>(&info));
     jpeg_create_compress(&info);
     info.in_color_space = JCS_YCbCr;

@@ -14,32 +14,16 @@
 #include <jpeglib.h>
 // clang-format on
 
+#include "tests/common/libjpeg_trap.h"
 #include "tests/jpeg/entropy/jpeg_file.h"
 #include "tests/jpeg/entropy/photo_blocks.h"
 
 namespace zeq::test {
 
-// libjpeg reports fatal errors through a jump back here, and counts warnings
-// (corrupt-data messages) so a test can require none.
-struct ErrorTrap {
-    jpeg_error_mgr manager;
-    std::jmp_buf jump;
-    static void onError(j_common_ptr info) {
-        std::longjmp(reinterpret_cast<ErrorTrap*>(info->err)->jump, 1);
-    }
-    void attach(j_common_ptr info) {
-        info->err = jpeg_std_error(&manager);
-        manager.error_exit = onError;
-        manager.emit_message = [](j_common_ptr info, int level) {
-            if (level < 0) ++info->err->num_warnings;
-        };
-    }
-};
-
 // Reads a file with jpeg_read_coefficients; false on an error or a warning.
 inline bool libjpegReadCoefficients(const std::vector<uint8_t>& file, Blocks& blocks) {
     jpeg_decompress_struct info;
-    ErrorTrap trap;
+    LibjpegTrap trap;
     trap.attach(reinterpret_cast<j_common_ptr>(&info));
     if (setjmp(trap.jump)) {
         jpeg_destroy_decompress(&info);
@@ -72,7 +56,7 @@ inline bool libjpegReadCoefficients(const std::vector<uint8_t>& file, Blocks& bl
 inline bool libjpegWriteCoefficients(const Frame& f, const Blocks& blocks, bool optimize,
                                      std::vector<uint8_t>& file, bool progressive = false) {
     jpeg_compress_struct info;
-    ErrorTrap trap;
+    LibjpegTrap trap;
     trap.attach(reinterpret_cast<j_common_ptr>(&info));
     unsigned char* buffer = nullptr;
     unsigned long size = 0;

@@ -95,14 +95,16 @@ public:
                 lastDC[0] = lastDC[1] = lastDC[2] = 0;
             }
             const int32_t my = int32_t(i / size_t(plan_.mcusWide));
-            const int16_t* blocks = store + 64 * i * size_t(plan_.blocksPerMcu);
-            if (!store) {
+            // Without a store there is no array to index: the MCU is made in `local`.
+            const int16_t* blocks = local;
+            if (store) {
+                blocks = store + 64 * i * size_t(plan_.blocksPerMcu);
+            } else {
                 if ((quantizer->current() != my && !quantizer->strip(my, &part.error)) ||
                     !quantizer->mcu(int32_t(i % size_t(plan_.mcusWide)), local, &part.error)) {
                     part.ok = false;
                     return;
                 }
-                blocks = local;
             }
             for (int32_t b = 0; b < plan_.blocksPerMcu; ++b) {
                 const int32_t c = component_[b];

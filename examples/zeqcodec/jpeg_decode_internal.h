@@ -74,7 +74,6 @@ public:
 
 private:
     static constexpr int32_t kChunkRows = 16;
-    static constexpr int32_t kSerialPixels = 8192;  // the library's serial limit
     const PlaneSet& planes_;
     ColourSpace space_;
     zeq::container::Image& image_;

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "zeqcodec/jpeg_decode_internal.h"
+#include "zeqcodec/serial_pieces.h"
 
 namespace zeqcodec::jpegdec {
 
@@ -103,13 +104,13 @@ void OutputWriter::rows(int32_t begin, int32_t end) {
                 std::memcpy(out + size_t(i) * outStep, src[0] + size_t(i) * step, size_t(width));
         } else if (space_ == ColourSpace::YCbCr) {
             for (int32_t i = 0; i < n; ++i)
-                for (int32_t x = 0; x < width; x += kSerialPixels) {
+                forEachSerialPiece(width, [&](int32_t x, int32_t pieceWidth) {
                     const size_t at = size_t(i) * step + size_t(x);
                     const uint8_t* const piece[3] = {src[0] + at, src[1] + at, src[2] + at};
-                    zeqiYCbCrToRGB_JPEG_8u_P3C3R(piece, step, out + size_t(i) * outStep + 3 * x,
-                                                 int32_t(outStep),
-                                                 ZeqiSize{std::min(kSerialPixels, width - x), 1});
-                }
+                    return zeqiYCbCrToRGB_JPEG_8u_P3C3R(
+                               piece, step, out + size_t(i) * outStep + 3 * x, int32_t(outStep),
+                               ZeqiSize{pieceWidth, 1}) == StatusOk;
+                });
         } else {
             for (int32_t i = 0; i < n; ++i) {
                 uint8_t* o = out + size_t(i) * outStep;

@@ -9,6 +9,7 @@
 #include "container/jpeg_standard_tables.h"
 #include "container/jpeg_writer.h"
 #include "zeqcodec/jpeg_encode_plan.h"
+#include "zeqcodec/serial_pieces.h"
 
 namespace zeqcodec {
 namespace jpeg {
@@ -200,9 +201,8 @@ bool StripQuantizer::strip(int32_t my, std::string* error) {
         step_[0] = paddedWidth_;
         return true;
     }
-    // Rows are converted in pieces of at most this many pixels, so the
-    // library keeps them on this thread: threads split MCU rows instead.
-    constexpr int32_t SerialPixels = 8192;
+    // Rows are converted in pieces the library keeps on this thread: threads
+    // split MCU rows instead.
     for (int32_t r = 0; r < plan_.mcuHeight; ++r) {
         const int32_t y = std::min(y0 + r, img.height - 1);
         if (r > 0 && y == std::min(y0 + r - 1, img.height - 1)) {
@@ -211,15 +211,16 @@ bool StripQuantizer::strip(int32_t my, std::string* error) {
             continue;
         }
         const uint8_t* in = img.pixels.data() + size_t(y) * size_t(width) * 3;
-        for (int32_t x = 0; x < width; x += SerialPixels) {
+        ZeqStatus s = StatusOk;
+        forEachSerialPiece(width, [&](int32_t x, int32_t n) {
             uint8_t* const out[3] = {full_[0].data() + size_t(r) * pw + size_t(x),
                                      full_[1].data() + size_t(r) * pw + size_t(x),
                                      full_[2].data() + size_t(r) * pw + size_t(x)};
-            const ZeqStatus s =
-                zeqiRGBToYCbCr_JPEG_8u_C3P3R(in + size_t(x) * 3, width * 3, out, paddedWidth_,
-                                             ZeqiSize{std::min(SerialPixels, width - x), 1});
-            if (s != StatusOk) return failStatus("colour conversion", s, error);
-        }
+            s = zeqiRGBToYCbCr_JPEG_8u_C3P3R(in + size_t(x) * 3, width * 3, out, paddedWidth_,
+                                             ZeqiSize{n, 1});
+            return s == StatusOk;
+        });
+        if (s != StatusOk) return failStatus("colour conversion", s, error);
         for (auto& f : full_) {
             uint8_t* row = f.data() + size_t(r) * pw;
             std::memset(row + width, row[width - 1], pw - size_t(width));

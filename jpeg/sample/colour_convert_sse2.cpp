@@ -23,7 +23,7 @@ template <class C>
 constexpr bool kSixteenPixels = C::Src::kSixteen&& C::Dst::kSixteen &&
                                 (C::kForward || C::Src::kPlanes == 3);
 
-template <class C>
+template <class C, bool MoreFollow = false>
 void convert16(const InRow& src, const OutRow& dst, int32_t x) {
     using namespace colour_sse2;
     if constexpr (C::kForward) {
@@ -36,7 +36,10 @@ void convert16(const InRow& src, const OutRow& dst, int32_t x) {
         V128 ycc[3], r, g, b;
         C::Src::loadBytes16(src, x, ycc);
         yCbCrToRgb16(ycc[0], ycc[1], ycc[2], r, g, b);
-        C::Dst::store16(dst, x, r, g, b);
+        if constexpr (MoreFollow && C::Dst::kPlanes == 1)
+            C::Dst::store16Overlapping(dst, x, r, g, b);
+        else
+            C::Dst::store16(dst, x, r, g, b);
     }
 }
 
@@ -50,8 +53,11 @@ void convertRowSse2(const InRow& src, const OutRow& dst, int32_t width) {
     using Dst = typename C::Dst;
     const int32_t pixels = width - width % Src::kPixelGroup;
     int32_t x = 0;
-    if constexpr (kSixteenPixels<C>)
-        for (; x + 16 <= pixels; x += 16) convert16<C>(src, dst, x);
+    if constexpr (kSixteenPixels<C>) {
+        // Every step but a row's last may spill junk onto the next pixel.
+        for (; x + 16 < pixels; x += 16) convert16<C, true>(src, dst, x);
+        if (x + 16 == pixels) convert16<C>(src, dst, x), x += 16;
+    }
     for (; x + 8 <= pixels; x += 8) Dst::store8(dst, x, convert8<C>(Src::load8(src, x)));
     if (x < pixels) convertRowScalar<C>(Src::advance(src, x), Dst::advance(dst, x), pixels - x);
 }

@@ -227,6 +227,37 @@ struct Interleaved8 {
         interleave16(c0, c1, c2, out);
         for (int i = 0; i < 3; ++i) sse2::storeu(r.plane[0] + Bytes * x + 16 * i, out[i]);
     }
+    // The same 48 bytes as eight 8-byte stores of two pixels each, 6 bytes
+    // apart: each store's last two bytes are junk that the next one
+    // overwrites, and the last store puts two junk bytes over pixel x + 16,
+    // so the caller must write that pixel afterwards. Cheaper than
+    // interleave16: the stores do the final byte compaction.
+    static void store16Overlapping(const OutRow& r, int32_t x, sse2::V128 c0, sse2::V128 c1,
+                                   sse2::V128 c2) {
+        static_assert(kSixteen, "three-byte pixels only");
+        using namespace sse2;
+        V128 ch[3];
+        ch[C0] = c0, ch[C1] = c1, ch[C2] = c2;
+        // Words of byte pairs that start at byte 0, 1 and 2 of each pixel.
+        const V128 nextFirst = _mm_srli_si128(ch[0], 1);
+        const V128 w01[2] = {_mm_unpacklo_epi8(ch[0], ch[1]), _mm_unpackhi_epi8(ch[0], ch[1])};
+        const V128 w20[2] = {_mm_unpacklo_epi8(ch[2], nextFirst),
+                             _mm_unpackhi_epi8(ch[2], nextFirst)};
+        const V128 w12[2] = {_mm_unpacklo_epi8(ch[1], ch[2]), _mm_unpackhi_epi8(ch[1], ch[2])};
+        uint8_t* p = r.plane[0] + Bytes * x;
+        for (int h = 0; h < 2; ++h) {
+            // Doubleword j: bytes 0..3 of pixel 2j, then bytes 1..2 of pixel 2j + 1.
+            const V128 first4 = _mm_or_si128(_mm_and_si128(w01[h], _mm_set1_epi32(0xFFFF)),
+                                             _mm_slli_epi32(w20[h], 16));
+            const V128 last2 = _mm_srli_epi32(w12[h], 16);
+            const V128 q01 = _mm_unpacklo_epi32(first4, last2);
+            const V128 q23 = _mm_unpackhi_epi32(first4, last2);
+            storeLow64(p + 24 * h, q01);
+            _mm_storeh_pd(reinterpret_cast<double*>(p + 24 * h + 6), _mm_castsi128_pd(q01));
+            storeLow64(p + 24 * h + 12, q23);
+            _mm_storeh_pd(reinterpret_cast<double*>(p + 24 * h + 18), _mm_castsi128_pd(q23));
+        }
+    }
 
     static void store8(const OutRow& r, int32_t x, const Pixels8& v) {
         using namespace pixel_sse2;

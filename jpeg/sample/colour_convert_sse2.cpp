@@ -27,7 +27,7 @@ template <class C, bool MoreFollow = false>
 void convert16(const InRow& src, const OutRow& dst, int32_t x) {
     using namespace colour_sse2;
     if constexpr (C::kForward) {
-        const Pixels16 p = C::Src::load16(src, x);
+        const Pixels16 p = C::Src::load16(src, x, MoreFollow);
         const SplitPairs pairs = channelPairs(p);
         V128 cb = zero(), cr = zero();
         if constexpr (!C::Dst::kLumaOnly) chroma16(pairs, cb, cr);
@@ -48,13 +48,18 @@ void convert16(const InRow& src, const OutRow& dst, int32_t x) {
 // Sixteen or eight pixels per step; the last width % 8 pixels go through the
 // scalar kernel.
 template <class C>
-void convertRowSse2(const InRow& src, const OutRow& dst, int32_t width) {
+void convertRowSse2(const InRow& srcRow, const OutRow& dstRow, int32_t width) {
     using Src = typename C::Src;
     using Dst = typename C::Dst;
+    // Local copies: the byte stores could alias the callers' row records,
+    // which would make every step reload the row pointers.
+    const InRow src = srcRow;
+    const OutRow dst = dstRow;
     const int32_t pixels = width - width % Src::kPixelGroup;
     int32_t x = 0;
     if constexpr (kSixteenPixels<C>) {
-        // Every step but a row's last may spill junk onto the next pixel.
+        // Every step but a row's last may touch the next pixel: read two of
+        // its bytes, or write junk over them that a later step replaces.
         for (; x + 16 < pixels; x += 16) convert16<C, true>(src, dst, x);
         if (x + 16 == pixels) convert16<C>(src, dst, x), x += 16;
     }

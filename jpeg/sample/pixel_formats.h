@@ -162,23 +162,37 @@ struct Interleaved8 {
     }
 
     // Pixels 0..7 from `first`, 8..15 from `second` (two rows of eight, or
-    // second = first + 24), parity-split. The first riffle round reads its
-    // half-swapped operands straight from memory (bytes 8..23 and 24..39).
-    static Pixels16 load16(const uint8_t* first, const uint8_t* second) {
+    // second = first + 24), parity-split. The 48 bytes are an 8 x 6 matrix
+    // (pixel pairs by the six bytes of a pair), read as eight 8-byte rows and
+    // transposed by three rounds of byte unpacks: bytes 0, 1 of every pair
+    // (R, G of the even pixel), then 2, 3, then 4, 5. Each row read takes
+    // two bytes past its pair; where those may lie outside what the caller
+    // owns (`firstTail`, `secondTail` false), the last row is read two bytes
+    // early and shifted down instead.
+    static Pixels16 load16(const uint8_t* first, const uint8_t* second, bool firstTail,
+                           bool secondTail) {
         static_assert(kSixteen, "three-byte pixels only");
         using namespace pixel_sse2;
-        const V128 bytes0 = loadu(first), bytes8 = loadu(first + 8);
-        const V128 bytes24 = loadu(second), bytes32 = loadu(second + 8);
-        V128 a0 = _mm_unpacklo_epi8(bytes0, bytes24), a1 = _mm_unpackhi_epi8(bytes0, bytes24);
-        V128 a2 = _mm_unpackhi_epi8(bytes8, bytes32);
-        for (int round = 1; round < 3; ++round) riffle48(a0, a1, a2);
+        auto pairRow = [](const uint8_t* p, int pair, bool tail) {
+            if (pair < 3 || tail) return loadLow64(p + 6 * pair);
+            return _mm_srli_epi64(loadLow64(p + 16), 16);
+        };
+        V128 x[4];
+        for (int pair = 0; pair < 4; ++pair)
+            x[pair] = _mm_unpacklo_epi8(pairRow(first, pair, firstTail),
+                                        pairRow(second, pair, secondTail));
+        const V128 y0 = _mm_unpacklo_epi8(x[0], x[2]), y1 = _mm_unpacklo_epi8(x[1], x[3]);
+        const V128 y2 = _mm_unpackhi_epi8(x[0], x[2]), y3 = _mm_unpackhi_epi8(x[1], x[3]);
+        const V128 a0 = _mm_unpacklo_epi8(y0, y1), a1 = _mm_unpackhi_epi8(y0, y1);
+        const V128 a2 = _mm_unpacklo_epi8(y2, y3);
         const V128 even[3] = {widenLow(a0), widenHigh(a0), widenLow(a1)};
         const V128 odd[3] = {widenHigh(a1), widenLow(a2), widenHigh(a2)};
         return {{even[C0], even[C1], even[C2], zero()}, {odd[C0], odd[C1], odd[C2], zero()}};
     }
-    static Pixels16 load16(const InRow& r, int32_t x) {
+    // Sixteen pixels of one row; with `moreFollow` the row goes on past them.
+    static Pixels16 load16(const InRow& r, int32_t x, bool moreFollow) {
         const uint8_t* p = r.plane[0] + Bytes * x;
-        return load16(p, p + 24);
+        return load16(p, p + 24, true, moreFollow);
     }
     static Pixels8 load8(const InRow& r, int32_t x) {
         using namespace pixel_sse2;
@@ -301,7 +315,7 @@ struct Planar8 {
         static_assert(Planes == 3 && kSixteen, "three planes");
         for (int i = 0; i < 3; ++i) out[i] = sse2::loadu(r.plane[i] + x);
     }
-    static Pixels16 load16(const InRow& r, int32_t x) {
+    static Pixels16 load16(const InRow& r, int32_t x, bool /*moreFollow*/) {
         static_assert(Planes == 3 && kSixteen, "three planes");
         using namespace sse2;
         V128 even[3], odd[3];

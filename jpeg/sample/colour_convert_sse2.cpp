@@ -43,18 +43,12 @@ void convert16(const InRow& src, const OutRow& dst, int32_t x) {
     }
 }
 
-}  // namespace
-
 // Sixteen or eight pixels per step; the last width % 8 pixels go through the
 // scalar kernel.
 template <class C>
-void convertRowSse2(const InRow& srcRow, const OutRow& dstRow, int32_t width) {
+inline void convertSteps(const InRow& src, const OutRow& dst, int32_t width) {
     using Src = typename C::Src;
     using Dst = typename C::Dst;
-    // Local copies: the byte stores could alias the callers' row records,
-    // which would make every step reload the row pointers.
-    const InRow src = srcRow;
-    const OutRow dst = dstRow;
     const int32_t pixels = width - width % Src::kPixelGroup;
     int32_t x = 0;
     if constexpr (kSixteenPixels<C>) {
@@ -65,6 +59,22 @@ void convertRowSse2(const InRow& srcRow, const OutRow& dstRow, int32_t width) {
     }
     for (; x + 8 <= pixels; x += 8) Dst::store8(dst, x, convert8<C>(Src::load8(src, x)));
     if (x < pixels) convertRowScalar<C>(Src::advance(src, x), Dst::advance(dst, x), pixels - x);
+}
+
+}  // namespace
+
+// The byte stores could alias the callers' row records, so the steps reload
+// the row pointers from them. Local copies make the forward rows faster; the
+// inverse rows measured faster without.
+template <class C>
+void convertRowSse2(const InRow& src, const OutRow& dst, int32_t width) {
+    if constexpr (C::kForward) {
+        const InRow localSrc = src;
+        const OutRow localDst = dst;
+        convertSteps<C>(localSrc, localDst, width);
+    } else {
+        convertSteps<C>(src, dst, width);
+    }
 }
 
 #define ZEQ_INSTANTIATE(C) template void convertRowSse2<C>(const InRow&, const OutRow&, int32_t);

@@ -130,6 +130,12 @@ inline void riffle32(V128& a0, V128& a1) {
 
 inline V128 invert8(V128 v) { return _mm_xor_si128(v, splat16(0xFF)); }
 
+// The high 8 bytes of v to any address (movhps; its builtin makes no
+// alignment claim, unlike the double store of _mm_storeh_pd).
+inline void storeHigh64(void* p, V128 v) {
+    _mm_storeh_pi(static_cast<__m64*>(p), _mm_castsi128_ps(v));
+}
+
 }  // namespace pixel_sse2
 
 // Bytes interleaved per pixel: triple channel i at byte Ci, K at byte 3 when
@@ -249,7 +255,7 @@ struct Interleaved8 {
     static void store16Overlapping(const OutRow& r, int32_t x, sse2::V128 c0, sse2::V128 c1,
                                    sse2::V128 c2) {
         static_assert(kSixteen, "three-byte pixels only");
-        using namespace sse2;
+        using namespace pixel_sse2;
         V128 ch[3];
         ch[C0] = c0, ch[C1] = c1, ch[C2] = c2;
         // Words of byte pairs that start at byte 0, 1 and 2 of each pixel.
@@ -267,9 +273,9 @@ struct Interleaved8 {
             const V128 q01 = _mm_unpacklo_epi32(first4, last2);
             const V128 q23 = _mm_unpackhi_epi32(first4, last2);
             storeLow64(p + 24 * h, q01);
-            _mm_storeh_pd(reinterpret_cast<double*>(p + 24 * h + 6), _mm_castsi128_pd(q01));
+            storeHigh64(p + 24 * h + 6, q01);
             storeLow64(p + 24 * h + 12, q23);
-            _mm_storeh_pd(reinterpret_cast<double*>(p + 24 * h + 18), _mm_castsi128_pd(q23));
+            storeHigh64(p + 24 * h + 18, q23);
         }
     }
 

@@ -10,7 +10,9 @@
 // pixel order.
 //
 // Multi-pixel access touches exactly the bytes of those pixels, so a kernel
-// may run it up to the last whole group in a row.
+// may run it up to the last whole group in a row. The exceptions say so: the
+// sixteen-pixel load and store of three-byte pixels may also touch the first
+// two bytes of the next pixel when the caller says the row goes on.
 #ifndef ZEQ_JPEG_SAMPLE_PIXEL_FORMATS_H
 #define ZEQ_JPEG_SAMPLE_PIXEL_FORMATS_H
 

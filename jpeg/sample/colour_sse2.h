@@ -239,33 +239,36 @@ inline void chroma16(const SplitPairs& pairs, V128& cb, V128& cr) {
 //       2816 * 65536, and Cr is widened as Cr - 2816 to take the 2816 back.
 inline void yCbCrToRgb16(V128 y, V128 cb, V128 cr, V128& r, V128& g, V128& b) {
     const V128 z = zero(), signFlip = splat8(static_cast<int8_t>(0x80));
-    const V128 xr = _mm_xor_si128(cr, signFlip), xb = _mm_xor_si128(cb, signFlip);
-    const V128 half = splat16(128);
-    auto plusFraction = [&](V128 scaled, V128 w) {  // (mulhi(256 x, w) + 128) >> 8
-        return _mm_srai_epi16(_mm_add_epi16(_mm_mulhi_epi16(scaled, w), half), 8);
+    const V128 y16[2] = {_mm_unpacklo_epi8(y, z), _mm_unpackhi_epi8(y, z)};
+    // One channel at a time (both halves, then the byte pack), which keeps
+    // fewer vectors live than three channels side by side.
+    // Y + k x + ((mulhi(256 x, w) + 128) >> 8) for the chroma byte c, x = c - 128.
+    auto withFraction = [&](V128 c, int kShift, int16_t w) {
+        const V128 x = _mm_xor_si128(c, signFlip);
+        V128 half[2];
+        for (int h = 0; h < 2; ++h) {
+            const V128 x256 = h ? _mm_unpackhi_epi8(z, x) : _mm_unpacklo_epi8(z, x);
+            const V128 fraction =
+                _mm_srai_epi16(_mm_add_epi16(_mm_mulhi_epi16(x256, splat16(w)), splat16(128)), 8);
+            half[h] = _mm_add_epi16(_mm_add_epi16(y16[h], _mm_srai_epi16(x256, kShift)), fraction);
+        }
+        return _mm_packus_epi16(half[0], half[1]);
     };
+    r = withFraction(cr, 8, 26345);
+    b = withFraction(cb, 7, -14942);
     const V128 chromaOffsets = _mm_set1_epi16(57 | (32 << 8));
     const V128 crOffset = splat8(-11);
     const V128 gWeights = weights(-22554, 18734);
-    const V128 cbCr[2] = {_mm_unpacklo_epi8(cb, cr), _mm_unpackhi_epi8(cb, cr)};
-    V128 out[3][2];
+    V128 gHalf[2];
     for (int h = 0; h < 2; ++h) {
-        const V128 y16 = h ? _mm_unpackhi_epi8(y, z) : _mm_unpacklo_epi8(y, z);
-        const V128 r256 = h ? _mm_unpackhi_epi8(z, xr) : _mm_unpacklo_epi8(z, xr);
-        const V128 b256 = h ? _mm_unpackhi_epi8(z, xb) : _mm_unpacklo_epi8(z, xb);
-        out[0][h] = _mm_add_epi16(_mm_add_epi16(y16, _mm_srai_epi16(r256, 8)),
-                                  plusFraction(r256, splat16(26345)));
-        out[2][h] = _mm_add_epi16(_mm_add_epi16(y16, _mm_srai_epi16(b256, 7)),
-                                  plusFraction(b256, splat16(-14942)));
-        const V128 low = _mm_madd_epi16(_mm_unpacklo_epi8(cbCr[h], chromaOffsets), gWeights);
-        const V128 high = _mm_madd_epi16(_mm_unpackhi_epi8(cbCr[h], chromaOffsets), gWeights);
+        const V128 cbCr = h ? _mm_unpackhi_epi8(cb, cr) : _mm_unpacklo_epi8(cb, cr);
+        const V128 low = _mm_madd_epi16(_mm_unpacklo_epi8(cbCr, chromaOffsets), gWeights);
+        const V128 high = _mm_madd_epi16(_mm_unpackhi_epi8(cbCr, chromaOffsets), gWeights);
         const V128 crLess = h ? _mm_unpackhi_epi8(cr, crOffset) : _mm_unpacklo_epi8(cr, crOffset);
-        out[1][h] = _mm_add_epi16(_mm_sub_epi16(y16, crLess),
-                                  narrow32(_mm_srai_epi32(low, 16), _mm_srai_epi32(high, 16)));
+        gHalf[h] = _mm_add_epi16(_mm_sub_epi16(y16[h], crLess),
+                                 narrow32(_mm_srai_epi32(low, 16), _mm_srai_epi32(high, 16)));
     }
-    r = _mm_packus_epi16(out[0][0], out[0][1]);
-    g = _mm_packus_epi16(out[1][0], out[1][1]);
-    b = _mm_packus_epi16(out[2][0], out[2][1]);
+    g = _mm_packus_epi16(gHalf[0], gHalf[1]);
 }
 
 }  // namespace zeq::colour_sse2

@@ -53,7 +53,8 @@ void mcuForward16(const uint8_t* src, int32_t srcStep, int16_t* const* blocks) {
     for (int step = 0; step < kSteps; ++step) {
         const int r = kPairedRows ? 2 * step : step;
         const uint8_t* first = rowAt(src, srcStep, r);
-        const Pixels16 p = F::load16(first, kPairedRows ? rowAt(src, srcStep, r + 1) : first + 24);
+        const Pixels16 p = kPairedRows ? F::load16(first, rowAt(src, srcStep, r + 1), false, false)
+                                       : F::load16(first, first + 24, true, false);
         Lanes16 luma = inPixelOrder(p.even.c0, p.odd.c0);
         SplitPairs pairs{};
         if constexpr (M::kColour) {

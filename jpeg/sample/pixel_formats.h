@@ -10,7 +10,9 @@
 // pixel order.
 //
 // Multi-pixel access touches exactly the bytes of those pixels, so a kernel
-// may run it up to the last whole group in a row.
+// may run it up to the last whole group in a row. The exceptions say so: the
+// sixteen-pixel load and store of three-byte pixels may also touch the first
+// two bytes of the next pixel when the caller says the row goes on.
 #ifndef ZEQ_JPEG_SAMPLE_PIXEL_FORMATS_H
 #define ZEQ_JPEG_SAMPLE_PIXEL_FORMATS_H
 
@@ -130,6 +132,12 @@ inline void riffle32(V128& a0, V128& a1) {
 
 inline V128 invert8(V128 v) { return _mm_xor_si128(v, splat16(0xFF)); }
 
+// The high 8 bytes of v to any address (movhps; its builtin makes no
+// alignment claim, unlike the double store of _mm_storeh_pd).
+inline void storeHigh64(void* p, V128 v) {
+    _mm_storeh_pi(static_cast<__m64*>(p), _mm_castsi128_ps(v));
+}
+
 }  // namespace pixel_sse2
 
 // Bytes interleaved per pixel: triple channel i at byte Ci, K at byte 3 when
@@ -162,23 +170,37 @@ struct Interleaved8 {
     }
 
     // Pixels 0..7 from `first`, 8..15 from `second` (two rows of eight, or
-    // second = first + 24), parity-split. The first riffle round reads its
-    // half-swapped operands straight from memory (bytes 8..23 and 24..39).
-    static Pixels16 load16(const uint8_t* first, const uint8_t* second) {
+    // second = first + 24), parity-split. The 48 bytes are an 8 x 6 matrix
+    // (pixel pairs by the six bytes of a pair), read as eight 8-byte rows and
+    // transposed by three rounds of byte unpacks: bytes 0, 1 of every pair
+    // (R, G of the even pixel), then 2, 3, then 4, 5. Each row read takes
+    // two bytes past its pair; where those may lie outside what the caller
+    // owns (`firstTail`, `secondTail` false), the last row is read two bytes
+    // early and shifted down instead.
+    static Pixels16 load16(const uint8_t* first, const uint8_t* second, bool firstTail,
+                           bool secondTail) {
         static_assert(kSixteen, "three-byte pixels only");
         using namespace pixel_sse2;
-        const V128 bytes0 = loadu(first), bytes8 = loadu(first + 8);
-        const V128 bytes24 = loadu(second), bytes32 = loadu(second + 8);
-        V128 a0 = _mm_unpacklo_epi8(bytes0, bytes24), a1 = _mm_unpackhi_epi8(bytes0, bytes24);
-        V128 a2 = _mm_unpackhi_epi8(bytes8, bytes32);
-        for (int round = 1; round < 3; ++round) riffle48(a0, a1, a2);
+        auto pairRow = [](const uint8_t* p, int pair, bool tail) {
+            if (pair < 3 || tail) return loadLow64(p + 6 * pair);
+            return _mm_srli_epi64(loadLow64(p + 16), 16);
+        };
+        V128 x[4];
+        for (int pair = 0; pair < 4; ++pair)
+            x[pair] = _mm_unpacklo_epi8(pairRow(first, pair, firstTail),
+                                        pairRow(second, pair, secondTail));
+        const V128 y0 = _mm_unpacklo_epi8(x[0], x[2]), y1 = _mm_unpacklo_epi8(x[1], x[3]);
+        const V128 y2 = _mm_unpackhi_epi8(x[0], x[2]), y3 = _mm_unpackhi_epi8(x[1], x[3]);
+        const V128 a0 = _mm_unpacklo_epi8(y0, y1), a1 = _mm_unpackhi_epi8(y0, y1);
+        const V128 a2 = _mm_unpacklo_epi8(y2, y3);
         const V128 even[3] = {widenLow(a0), widenHigh(a0), widenLow(a1)};
         const V128 odd[3] = {widenHigh(a1), widenLow(a2), widenHigh(a2)};
         return {{even[C0], even[C1], even[C2], zero()}, {odd[C0], odd[C1], odd[C2], zero()}};
     }
-    static Pixels16 load16(const InRow& r, int32_t x) {
+    // Sixteen pixels of one row; with `moreFollow` the row goes on past them.
+    static Pixels16 load16(const InRow& r, int32_t x, bool moreFollow) {
         const uint8_t* p = r.plane[0] + Bytes * x;
-        return load16(p, p + 24);
+        return load16(p, p + 24, true, moreFollow);
     }
     static Pixels8 load8(const InRow& r, int32_t x) {
         using namespace pixel_sse2;
@@ -227,6 +249,37 @@ struct Interleaved8 {
         interleave16(c0, c1, c2, out);
         for (int i = 0; i < 3; ++i) sse2::storeu(r.plane[0] + Bytes * x + 16 * i, out[i]);
     }
+    // The same 48 bytes as eight 8-byte stores of two pixels each, 6 bytes
+    // apart: each store's last two bytes are junk that the next one
+    // overwrites, and the last store puts two junk bytes over pixel x + 16,
+    // so the caller must write that pixel afterwards. Cheaper than
+    // interleave16: the stores do the final byte compaction.
+    static void store16Overlapping(const OutRow& r, int32_t x, sse2::V128 c0, sse2::V128 c1,
+                                   sse2::V128 c2) {
+        static_assert(kSixteen, "three-byte pixels only");
+        using namespace pixel_sse2;
+        V128 ch[3];
+        ch[C0] = c0, ch[C1] = c1, ch[C2] = c2;
+        // Words of byte pairs that start at byte 0, 1 and 2 of each pixel.
+        const V128 nextFirst = _mm_srli_si128(ch[0], 1);
+        const V128 w01[2] = {_mm_unpacklo_epi8(ch[0], ch[1]), _mm_unpackhi_epi8(ch[0], ch[1])};
+        const V128 w20[2] = {_mm_unpacklo_epi8(ch[2], nextFirst),
+                             _mm_unpackhi_epi8(ch[2], nextFirst)};
+        const V128 w12[2] = {_mm_unpacklo_epi8(ch[1], ch[2]), _mm_unpackhi_epi8(ch[1], ch[2])};
+        uint8_t* p = r.plane[0] + Bytes * x;
+        for (int h = 0; h < 2; ++h) {
+            // Doubleword j: bytes 0..3 of pixel 2j, then bytes 1..2 of pixel 2j + 1.
+            const V128 first4 = _mm_or_si128(_mm_and_si128(w01[h], _mm_set1_epi32(0xFFFF)),
+                                             _mm_slli_epi32(w20[h], 16));
+            const V128 last2 = _mm_srli_epi32(w12[h], 16);
+            const V128 q01 = _mm_unpacklo_epi32(first4, last2);
+            const V128 q23 = _mm_unpackhi_epi32(first4, last2);
+            storeLow64(p + 24 * h, q01);
+            storeHigh64(p + 24 * h + 6, q01);
+            storeLow64(p + 24 * h + 12, q23);
+            storeHigh64(p + 24 * h + 18, q23);
+        }
+    }
 
     static void store8(const OutRow& r, int32_t x, const Pixels8& v) {
         using namespace pixel_sse2;
@@ -270,7 +323,7 @@ struct Planar8 {
         static_assert(Planes == 3 && kSixteen, "three planes");
         for (int i = 0; i < 3; ++i) out[i] = sse2::loadu(r.plane[i] + x);
     }
-    static Pixels16 load16(const InRow& r, int32_t x) {
+    static Pixels16 load16(const InRow& r, int32_t x, bool /*moreFollow*/) {
         static_assert(Planes == 3 && kSixteen, "three planes");
         using namespace sse2;
         V128 even[3], odd[3];

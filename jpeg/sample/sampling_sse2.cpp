@@ -83,6 +83,11 @@ void triangleH2V2Step(const uint8_t* near, const uint8_t* far, uint8_t* d) {
     storeEvenOddN<N>(d, even, odd);
 }
 
+// c = 3 * near + far for eight source positions.
+V128 column8(const uint8_t* near, const uint8_t* far) {
+    return _mm_add_epi16(times3(widen8(near)), widen8(far));
+}
+
 }  // namespace
 
 // 16 outputs per step, then one step of 8 so that short rows (a chroma row
@@ -126,8 +131,32 @@ void triangleUpH2V1Sse2(const uint8_t* s, uint8_t* d, int32_t dstWidth) {
     triangleUpH2V1Scalar(s + x / 2, d + x, dstWidth - x);
 }
 
+// Long rows: each column sum c is formed once and its neighbours come from
+// the previous and next eight by lane shifts, and the even and odd outputs
+// (all within 0..255) interleave as the two bytes of a 16-bit lane. The
+// stream stops while the next eight sums still lie within what the scalar
+// formulas read (an odd last output reads no right neighbour); the rest goes
+// through the three-load steps.
 void triangleUpH2V2Sse2(const uint8_t* near, const uint8_t* far, uint8_t* d, int32_t dstWidth) {
     int32_t x = 0;
+    const int32_t lastSource = dstWidth % 2 ? (dstWidth - 1) / 2 : dstWidth / 2;
+    if (dstWidth >= 32) {
+        const V128 seven = splat16(7), eight = splat16(8);
+        V128 previous = _mm_insert_epi16(zero(), 3 * near[-1] + far[-1], 7);
+        V128 current = column8(near, far);
+        for (; x + 16 <= dstWidth && x / 2 + 15 <= lastSource; x += 16) {
+            const V128 next = column8(near + x / 2 + 8, far + x / 2 + 8);
+            const V128 left =
+                _mm_or_si128(_mm_slli_si128(current, 2), _mm_srli_si128(previous, 14));
+            const V128 right = _mm_or_si128(_mm_srli_si128(current, 2), _mm_slli_si128(next, 14));
+            const V128 c3 = times3(current);
+            const V128 even = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(c3, eight), left), 4);
+            const V128 odd = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(c3, seven), right), 4);
+            storeu(d + x, _mm_or_si128(even, _mm_slli_epi16(odd, 8)));
+            previous = current;
+            current = next;
+        }
+    }
     for (; x + 16 <= dstWidth; x += 16) triangleH2V2Step<8>(near + x / 2, far + x / 2, d + x);
     if (x + 8 <= dstWidth) {
         triangleH2V2Step<4>(near + x / 2, far + x / 2, d + x);

@@ -67,6 +67,30 @@ TEST(SamplingKernels, TriangleVectorMatchesScalarReadingOnlyItsWindow) {
     }
 }
 
+// Rows long enough for the streamed H2V2 up-sampler (each column sum carried
+// to its neighbours by lane shifts), ending at every position relative to a
+// step of sixteen, with random samples and with samples at the extremes.
+TEST(SamplingKernels, LongTriangleRowsMatchScalarReadingOnlyTheirWindow) {
+    auto& rng = test::seededRng(33);
+    const int32_t widthStep = 10 / test::scaledCount(10);
+    for (int32_t width = 71; width <= 420; width += widthStep) {
+        for (int fill = 0; fill < 3; ++fill) {
+            const int32_t window = lastTriangleRead(width) + 2;
+            Tight near(rng, 1, window), far(rng, 1, window);
+            if (fill > 0) {  // 0/255 stripes of different periods in the two rows
+                for (int32_t i = 0; i < window; ++i) {
+                    near.bytes[static_cast<size_t>(i)] = (i / fill) % 2 ? 255 : 0;
+                    far.bytes[static_cast<size_t>(i)] = (i / (fill + 2)) % 2 ? 0 : 255;
+                }
+            }
+            ByteImage vec(width, 1, width % 4), ref(width, 1, width % 4);
+            triangleUpH2V2Sse2(near.origin, far.origin, vec.data(), width);
+            triangleUpH2V2Scalar(near.origin, far.origin, ref.data(), width);
+            ASSERT_EQ(vec.allBytes(), ref.allBytes()) << width << " fill " << fill;
+        }
+    }
+}
+
 // ---- Plain restatement of the region filters ------------------------------
 
 // Source sample (y, x) of a plane whose row 0, column 0 is at `origin`.

@@ -1,4 +1,5 @@
 #include <array>
+#include <type_traits>
 
 #include "core/sse2.h"
 #include "jpeg/entropy/baseline_encode.h"
@@ -60,6 +61,66 @@ ZEQ_ENTROPY_INLINE ZeqStatus walkBlock(const int16_t* src, int16_t* lastDC,
     return last < kBlockSize - 1 ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
 }
 
+// The walk of the stream writers, which take every category a 16-bit value
+// has: each non-zero coefficient costs one table read and one put of its code
+// and extra bits together. Runs of 15 zeros and more (ZRLs, and the one
+// symbol past the table, a category 16 after 15 zeros) and symbols without a
+// code take the general path.
+template <MissingCode kMissing>
+ZEQ_ENTROPY_INLINE ZeqStatus walkStreamBlock(const int16_t* src, int16_t* lastDC,
+                                             const HuffmanEncodeSpec* dc,
+                                             const HuffmanEncodeSpec* ac,
+                                             StreamBitWriter<kMissing>& out) {
+    if (ZeqStatus status = encodeDCDifference(src[0], lastDC, dc, out)) return status;
+    uint64_t pending = zigzagNonZeroMask(src) & ~uint64_t{1};
+    int next = 1;  // the zigzag index after the last coded coefficient
+    while (pending != 0) {
+        const int k = __builtin_ctzll(pending);
+        pending &= pending - 1;
+        const int run = k - next;
+        next = k + 1;
+        const int32_t c = src[NaturalOfZigzag[k]];
+        if (__builtin_expect(run >= kLongestRun, 0)) {
+            if (ZeqStatus status = encodeACCoefficient(run, static_cast<int16_t>(c), ac, out))
+                return status;
+            continue;
+        }
+        // Below zero, c - 1 is the extra bits' ones' complement form, and the
+        // bits of it above the category are all ones: adding it to the code
+        // plus one, shifted, gives code and extra bits side by side.
+        const uint64_t sign = static_cast<uint64_t>(int64_t{c >> 31});
+        const uint64_t base = static_cast<uint64_t>(int64_t{c}) + sign;
+        const int s = magnitudeCategoryOf(static_cast<uint32_t>(base ^ sign));
+        const int symbol = run * 16 + s;
+        const uint32_t entry = encodeEntry(ac, symbol);
+        if (__builtin_expect(codeLength(entry) == 0, 0)) {
+            if (ZeqStatus status = out.symbolWithBits(ac, symbol, extraBits(c, s), s))
+                return status;
+            continue;
+        }
+        out.put(((codeBits(entry) - sign) << s) + base, codeLength(entry) + s);
+    }
+    return next < kBlockSize ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
+}
+
+template <class Writer>
+struct IsStreamWriter : std::false_type {};
+template <MissingCode kMissing>
+struct IsStreamWriter<StreamBitWriter<kMissing>> : std::true_type {};
+
+// The stream writers' walk where the limits are those of the sequential
+// encoders, the general one otherwise.
+template <class Writer>
+ZEQ_ENTROPY_INLINE ZeqStatus walkAnyBlock(const int16_t* src, int16_t* lastDC,
+                                          const HuffmanEncodeSpec* dc, const HuffmanEncodeSpec* ac,
+                                          Writer& out, CategoryLimits limits) {
+    if constexpr (IsStreamWriter<Writer>::value) {
+        if (limits.dc == kSymbolOnlyCategory && limits.ac == kSymbolOnlyCategory)
+            return walkStreamBlock(src, lastDC, dc, ac, out);
+    }
+    return walkBlock(src, lastDC, dc, ac, out, limits);
+}
+
 }  // namespace
 
 // The writer works as a local copy: its fields stay in registers.
@@ -67,7 +128,7 @@ template <class Writer>
 ZeqStatus encodeBlockSse2(const int16_t* src, int16_t* lastDC, const HuffmanEncodeSpec* dc,
                           const HuffmanEncodeSpec* ac, Writer& out, CategoryLimits limits) {
     Writer local = out;
-    const ZeqStatus status = walkBlock(src, lastDC, dc, ac, local, limits);
+    const ZeqStatus status = walkAnyBlock(src, lastDC, dc, ac, local, limits);
     out = local;
     return status;
 }
@@ -86,14 +147,14 @@ ZeqStatus encodeBlockWithState(const int16_t* src, uint8_t* dst, int32_t dstLen,
                                int16_t* lastDC, const HuffmanEncodeSpec* dc,
                                const HuffmanEncodeSpec* ac, HuffmanEncodeState* state) {
     return codeIntoStream(dst, dstLen, dstPos, state, kWorstCaseBlockBytes, [&](auto& out) {
-        return walkBlock(src, lastDC, dc, ac, out, CategoryLimits{});
+        return walkAnyBlock(src, lastDC, dc, ac, out, CategoryLimits{});
     });
 }
 
 ZeqStatus encodeBlockDirect(const int16_t* src, uint8_t* dst, int32_t* dstBitPos, int16_t* lastDC,
                             const HuffmanEncodeSpec* dc, const HuffmanEncodeSpec* ac) {
     DirectBitWriter out(dst, *dstBitPos);
-    const ZeqStatus status = walkBlock(src, lastDC, dc, ac, out, CategoryLimits{});
+    const ZeqStatus status = walkStreamBlock(src, lastDC, dc, ac, out);
     out.close(dstBitPos);
     return status;
 }

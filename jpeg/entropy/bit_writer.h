@@ -158,12 +158,8 @@ public:
         *dstBitPos = static_cast<int32_t>((out_ - start_) * 8 + count);
     }
 
-private:
-    static constexpr int kAccumulatorBits = 64;
-
-    static uint64_t lowMask(int n) { return (uint64_t{1} << n) - 1; }
-
-    // n (1..32) bits, none above them set. The accumulator holds its
+    // n (1..32) bits, none above them set, for coders that have already
+    // joined a code and its extra bits. The accumulator holds its
     // 64 - free_ pending bits at the bottom (bits above them are stale); when
     // it overflows, the top of the code completes a word of 8 bytes and the
     // rest of it stays pending.
@@ -179,6 +175,11 @@ private:
         acc_ = code;
         free_ += kAccumulatorBits;
     }
+
+private:
+    static constexpr int kAccumulatorBits = 64;
+
+    static uint64_t lowMask(int n) { return (uint64_t{1} << n) - 1; }
 
     ZEQ_ENTROPY_INLINE void putByte(uint8_t byte) {
         *out_++ = byte;

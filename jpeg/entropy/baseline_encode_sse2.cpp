@@ -12,33 +12,32 @@ namespace {
 
 constexpr int kRowLength = 8;
 
-// Entry [row][pattern]: the zigzag-order bits of the non-zero coefficients
-// that an 8-bit pattern marks in one natural-order row.
+// Entry [row][zeros]: the zigzag-order bits of the non-zero coefficients of
+// one natural-order row whose zero coefficients an 8-bit pattern marks.
 using ZigzagBitsOfRows = std::array<std::array<uint64_t, 256>, kRowLength>;
 constexpr ZigzagBitsOfRows kZigzagBitsOfRows = [] {
     ZigzagBitsOfRows table{};
     for (int row = 0; row < kRowLength; ++row)
-        for (int pattern = 0; pattern < 256; ++pattern)
+        for (int zeros = 0; zeros < 256; ++zeros)
             for (int column = 0; column < kRowLength; ++column)
-                if (pattern & (1 << column))
-                    table[row][pattern] |= uint64_t{1}
-                                           << ZigzagToNatural[row * kRowLength + column];
+                if (!(zeros & (1 << column)))
+                    table[row][zeros] |= uint64_t{1}
+                                         << ZigzagToNatural[row * kRowLength + column];
     return table;
 }();
 
 // Bit k set where the coefficient at zigzag index k is non-zero: a vector
-// compare gives the natural-order pattern of each row, a table lookup per row
-// moves its bits to their zigzag places.
-uint64_t zigzagNonZeroMask(const int16_t* block) {
+// compare gives the pattern of zeros of each row, a table lookup per row
+// moves the others to their zigzag places.
+ZEQ_ENTROPY_INLINE uint64_t zigzagNonZeroMask(const int16_t* block) {
     using namespace sse2;
     uint64_t mask = 0;
     for (int row = 0; row < kRowLength; row += 2) {
         const V128 zerosA = _mm_cmpeq_epi16(loadu(block + row * kRowLength), zero());
         const V128 zerosB = _mm_cmpeq_epi16(loadu(block + (row + 1) * kRowLength), zero());
-        const uint32_t nonZero =
-            ~static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(zerosA, zerosB)));
-        mask |= kZigzagBitsOfRows[row][nonZero & 0xFF] |
-                kZigzagBitsOfRows[row + 1][(nonZero >> 8) & 0xFF];
+        const uint32_t zeros =
+            static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(zerosA, zerosB)));
+        mask |= kZigzagBitsOfRows[row][zeros & 0xFF] | kZigzagBitsOfRows[row + 1][zeros >> 8];
     }
     return mask;
 }
@@ -61,6 +60,26 @@ ZEQ_ENTROPY_INLINE ZeqStatus walkBlock(const int16_t* src, int16_t* lastDC,
     return last < kBlockSize - 1 ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
 }
 
+// The code of symbol `high` + category of v (v a DC difference, or an AC
+// coefficient after fewer than 15 zeros, so the symbol is inside the table),
+// then its extra bits, in one put. Below zero, v - 1 is the extra bits' ones'
+// complement form, and the bits of it above the category are all ones:
+// adding it to the code plus one, shifted, gives code and extra bits side by
+// side.
+template <MissingCode kMissing>
+ZEQ_ENTROPY_INLINE ZeqStatus putCodedValue(const HuffmanEncodeSpec* table, size_t high,
+                                           int32_t v, StreamBitWriter<kMissing>& out) {
+    const uint64_t sign = static_cast<uint64_t>(int64_t{v} >> 63);
+    const uint64_t base = static_cast<uint64_t>(int64_t{v}) + sign;
+    const uint32_t s = static_cast<uint32_t>(magnitudeCategoryOf(static_cast<uint32_t>(base ^ sign)));
+    const size_t symbol = high + s;
+    const uint32_t entry = loadField<uint32_t>(table, offsetof(HuffmanEncodeSpec, codes), symbol);
+    if (__builtin_expect(codeLength(entry) == 0, 0))
+        return out.symbolWithBits(table, int(symbol), extraBits(v, int(s)), int(s));
+    out.put(((codeBits(entry) - sign) << s) + base, codeLength(entry) + int(s));
+    return StatusOk;
+}
+
 // The walk of the stream writers, which take every category a 16-bit value
 // has: each non-zero coefficient costs one table read and one put of its code
 // and extra bits together. Runs of 15 zeros and more (ZRLs, and the one
@@ -71,36 +90,25 @@ ZEQ_ENTROPY_INLINE ZeqStatus walkStreamBlock(const int16_t* src, int16_t* lastDC
                                              const HuffmanEncodeSpec* dc,
                                              const HuffmanEncodeSpec* ac,
                                              StreamBitWriter<kMissing>& out) {
-    if (ZeqStatus status = encodeDCDifference(src[0], lastDC, dc, out)) return status;
+    const int32_t diff = int32_t{src[0]} - *lastDC;
+    *lastDC = src[0];
+    if (ZeqStatus status = putCodedValue(dc, 0, diff, out)) return status;
     uint64_t pending = zigzagNonZeroMask(src) & ~uint64_t{1};
-    int next = 1;  // the zigzag index after the last coded coefficient
+    size_t next = 1;  // the zigzag index after the last coded coefficient
     while (pending != 0) {
-        const int k = __builtin_ctzll(pending);
+        const size_t k = static_cast<unsigned>(__builtin_ctzll(pending));
         pending &= pending - 1;
-        const int run = k - next;
+        const size_t run = k - next;
         next = k + 1;
         const int32_t c = src[NaturalOfZigzag[k]];
-        if (__builtin_expect(run >= kLongestRun, 0)) {
-            if (ZeqStatus status = encodeACCoefficient(run, static_cast<int16_t>(c), ac, out))
+        if (__builtin_expect(run >= size_t{kLongestRun}, 0)) {
+            if (ZeqStatus status = encodeACCoefficient(int(run), static_cast<int16_t>(c), ac, out))
                 return status;
             continue;
         }
-        // Below zero, c - 1 is the extra bits' ones' complement form, and the
-        // bits of it above the category are all ones: adding it to the code
-        // plus one, shifted, gives code and extra bits side by side.
-        const uint64_t sign = static_cast<uint64_t>(int64_t{c >> 31});
-        const uint64_t base = static_cast<uint64_t>(int64_t{c}) + sign;
-        const int s = magnitudeCategoryOf(static_cast<uint32_t>(base ^ sign));
-        const int symbol = run * 16 + s;
-        const uint32_t entry = encodeEntry(ac, symbol);
-        if (__builtin_expect(codeLength(entry) == 0, 0)) {
-            if (ZeqStatus status = out.symbolWithBits(ac, symbol, extraBits(c, s), s))
-                return status;
-            continue;
-        }
-        out.put(((codeBits(entry) - sign) << s) + base, codeLength(entry) + s);
+        if (ZeqStatus status = putCodedValue(ac, run * 16, c, out)) return status;
     }
-    return next < kBlockSize ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
+    return next < size_t{kBlockSize} ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
 }
 
 template <class Writer>

@@ -30,6 +30,7 @@ namespace zeq {
 
 constexpr uint8_t kStuffedByte = 0x00;
 constexpr int kPendingTop = 24;
+constexpr uint64_t kPendingMask = (uint64_t{1} << kPendingTop) - 1;
 constexpr int kWordSlackBytes = 8;  // the state keeps pending bits left-aligned below bit 24
 
 // Bytes one block can take at most: 64 codes of up to 16 bits with up to 16
@@ -39,6 +40,12 @@ constexpr int32_t kWorstCaseBlockBytes = 2 * ((64 * 32 + 16 + 7 + 7) / 8);
 inline int codeLength(uint32_t entry) { return static_cast<int>(entry >> 16); }
 inline uint32_t codeBits(uint32_t entry) { return entry & 0xFFFF; }
 inline uint32_t lowBits(uint32_t value, int n) { return value & ((uint32_t{1} << n) - 1); }
+
+// Whether any of the eight bytes is 0xFF (a zero byte of the complement).
+inline bool hasByteFF(uint64_t word) {
+    const uint64_t inverted = ~word;
+    return ((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0;
+}
 
 // A symbol beyond the table (a category of 16 after a run of 15) has no code.
 inline uint32_t codeOf(const HuffmanEncodeSpec* table, int symbol) {
@@ -51,7 +58,7 @@ public:
         : dst_(dst), len_(dstLen), pos_(pos) {
         const BitPosition p = loadBitPosition(state);
         count_ = p.count & 7;
-        buffer_ = static_cast<uint32_t>(p.buffer) & 0xFFFFFF;
+        buffer_ = static_cast<uint32_t>(p.buffer & kPendingMask);
     }
 
     ZEQ_ENTROPY_INLINE ZeqStatus bits(uint32_t value, int n) {
@@ -66,7 +73,7 @@ public:
                 if (pos_ == len_) return StatusBufferExhausted;
                 dst_[pos_++] = kStuffedByte;
             }
-            buffer = (buffer << 8) & 0xFFFFFF;
+            buffer = (buffer << 8) & kPendingMask;
         }
         buffer_ = buffer;
         count_ = t;
@@ -106,7 +113,7 @@ public:
         : start_(dst), out_(dst + pos) {
         const BitPosition p = loadBitPosition(state);
         const int count = p.count & 7;
-        acc_ = (p.buffer & 0xFFFFFF) >> (kPendingTop - count);
+        acc_ = (p.buffer & kPendingMask) >> (kPendingTop - count);
         free_ = kAccumulatorBits - count;
     }
     // At a bit position: the bits already in the byte at bitPos / 8 are kept.
@@ -142,11 +149,10 @@ public:
     }
 
     // State-based stream: whole bytes out, pending bits into the state.
-    void close(int32_t* dstPos, HuffmanEncodeState* state) {
+    ZEQ_ENTROPY_INLINE void close(int32_t* dstPos, HuffmanEncodeState* state) {
         const int count = drainBytes();
         *dstPos = static_cast<int32_t>(out_ - start_);
-        const uint32_t pending = static_cast<uint32_t>(acc_ & lowMask(count));
-        storeBitPosition(state, {count > 0 ? pending << (kPendingTop - count) : 0, count});
+        storeBitPosition(state, {(acc_ << (kPendingTop - count)) & kPendingMask, count});
     }
     // Bit position: whole bytes out, then the partial byte (pending bits at
     // the top, zeros below; a zero byte when none are pending). Memory and
@@ -165,15 +171,15 @@ public:
     // rest of it stays pending.
     ZEQ_ENTROPY_INLINE void put(uint64_t code, int n) {
         wrote_ = true;
-        free_ -= n;
-        if (free_ >= 0) {
+        if (__builtin_expect(n <= free_, 1)) {
+            free_ -= n;
             acc_ = (acc_ << n) | code;
             return;
         }
-        const int spill = -free_;
-        emitWord((acc_ << (n - spill)) | (code >> spill));
+        const int spill = n - free_;
+        emitWord((acc_ << free_) | (code >> spill));
         acc_ = code;
-        free_ += kAccumulatorBits;
+        free_ = kAccumulatorBits - spill;
     }
 
 private:
@@ -188,10 +194,7 @@ private:
     // Eight bytes high first: one store when none is 0xFF, else one at a
     // time with stuffing.
     ZEQ_ENTROPY_INLINE void emitWord(uint64_t word) {
-        const uint64_t inverted = ~word;
-        const bool hasFF =
-            ((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0;
-        if (__builtin_expect(!hasFF, 1)) {
+        if (__builtin_expect(!hasByteFF(word), 1)) {
             const uint64_t bigEndian = __builtin_bswap64(word);
             std::memcpy(out_, &bigEndian, 8);
             out_ += 8;
@@ -205,23 +208,20 @@ private:
     // its worst case, stores them in one 8-byte write that puts back what
     // follows them; the direct writer, which has no room past its bytes, one
     // at a time.
-    int drainBytes() {
+    ZEQ_ENTROPY_INLINE int drainBytes() {
         int count = kAccumulatorBits - free_;
         const int bytes = count >> 3;
         if (bytes > 0) {
-            const uint64_t word = acc_ << (kAccumulatorBits - count);      // first byte at the top
-            const uint64_t kept = (~uint64_t{0} >> 1) >> (8 * bytes - 1);  // the bytes after them
-            const uint64_t inverted = ~word | kept;
-            const bool hasFF =
-                ((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0;
-            if (kMissing == MissingCode::Fails && !hasFF) {
+            // Memory order: the first byte lowest, the bytes after them kept.
+            const uint64_t word = __builtin_bswap64(acc_ << free_);
+            const uint64_t written = ~uint64_t{0} >> (kAccumulatorBits - 8 * bytes);
+            if (kMissing == MissingCode::Fails && !hasByteFF(word & written)) {
                 uint64_t following;
                 std::memcpy(&following, out_, 8);
-                const uint64_t merged =
-                    __builtin_bswap64((word & ~kept) | (__builtin_bswap64(following) & kept));
+                const uint64_t merged = following ^ ((following ^ word) & written);
                 std::memcpy(out_, &merged, 8);
                 out_ += bytes;
-                count -= 8 * bytes;
+                count &= 7;
             } else {
                 for (; count >= 8; count -= 8) putByte(static_cast<uint8_t>(acc_ >> (count - 8)));
             }

@@ -192,16 +192,30 @@ private:
         if (byte == 0xFF) *out_++ = kStuffedByte;
     }
     // Eight bytes high first: one store when none is 0xFF, else one at a
-    // time with stuffing.
+    // time with stuffing, without a branch per byte (0xFF bytes are common
+    // in dense blocks): each byte is followed by a zero that the next byte
+    // overwrites unless it stays as stuffing; after the last byte, the byte
+    // that follows keeps its value unless it is the stuffing. The writers
+    // own that byte: the stream writer has room past its worst case, the
+    // direct writer ends with a partial byte there.
     ZEQ_ENTROPY_INLINE void emitWord(uint64_t word) {
         if (__builtin_expect(!hasByteFF(word), 1)) {
             const uint64_t bigEndian = __builtin_bswap64(word);
             std::memcpy(out_, &bigEndian, 8);
             out_ += 8;
-        } else {
-            for (int shift = 56; shift >= 0; shift -= 8)
-                putByte(static_cast<uint8_t>(word >> shift));
+            return;
         }
+        for (int shift = 56; shift > 0; shift -= 8) {
+            const uint32_t byte = static_cast<uint8_t>(word >> shift);
+            out_[0] = static_cast<uint8_t>(byte);
+            out_[1] = kStuffedByte;
+            out_ += 1 + ((byte + 1) >> 8);  // 2 after 0xFF
+        }
+        const uint32_t last = static_cast<uint8_t>(word);
+        const uint32_t stuffed = (last + 1) >> 8;
+        out_[0] = static_cast<uint8_t>(last);
+        out_[1] = static_cast<uint8_t>(out_[1] & (stuffed - 1));
+        out_ += 1 + stuffed;
     }
     // Writes the whole pending bytes; returns the bits left (0..7). Without
     // a 0xFF among them the state-based stream, which has a word of room past

@@ -41,6 +41,29 @@ inline int codeLength(uint32_t entry) { return static_cast<int>(entry >> 16); }
 inline uint32_t codeBits(uint32_t entry) { return entry & 0xFFFF; }
 inline uint32_t lowBits(uint32_t value, int n) { return value & ((uint32_t{1} << n) - 1); }
 
+// The first m (1..8) bytes of word, lowest first, at p, and nothing after
+// them, without a branch on m (it is as random as the data): overlapping
+// stores of 1, 2 and 4 bytes, those that a short m has no use for sent to a
+// scratch word. The choices are masks, which the compiler keeps branch-free.
+inline void storeFirstBytes(uint8_t* p, uint64_t word, int m) {
+    uint8_t scratch[8];
+    const auto to = reinterpret_cast<uintptr_t>(p), away = reinterpret_cast<uintptr_t>(scratch);
+    const uintptr_t two = uintptr_t{0} - uintptr_t{m >= 2}, four = uintptr_t{0} - uintptr_t{m >= 4};
+    const uintptr_t end2 = static_cast<uintptr_t>(m - 2) & two;
+    const uintptr_t end4 = static_cast<uintptr_t>(m - 4) & four;
+    uint8_t* const at2 = reinterpret_cast<uint8_t*>(away ^ ((away ^ to) & two));
+    uint8_t* const at4 = reinterpret_cast<uint8_t*>(away ^ ((away ^ to) & four));
+    const auto first2 = static_cast<uint16_t>(word);
+    const auto last2 = static_cast<uint16_t>(word >> (8 * end2));
+    const auto first4 = static_cast<uint32_t>(word);
+    const auto last4 = static_cast<uint32_t>(word >> (8 * end4));
+    p[0] = static_cast<uint8_t>(word);
+    std::memcpy(at2, &first2, 2);
+    std::memcpy(at2 + end2, &last2, 2);
+    std::memcpy(at4, &first4, 4);
+    std::memcpy(at4 + end4, &last4, 4);
+}
+
 // Whether any of the eight bytes is 0xFF (a zero byte of the complement).
 inline bool hasByteFF(uint64_t word) {
     const uint64_t inverted = ~word;
@@ -157,8 +180,19 @@ public:
     // Bit position: whole bytes out, then the partial byte (pending bits at
     // the top, zeros below; a zero byte when none are pending). Memory and
     // position stay untouched when nothing was written.
-    void close(int32_t* dstBitPos) {
+    ZEQ_ENTROPY_INLINE void close(int32_t* dstBitPos) {
         if (!wrote_) return;
+        const int pending = kAccumulatorBits - free_;
+        if (__builtin_expect(pending > 0 && pending < kAccumulatorBits, 1)) {
+            // The whole bytes and the partial one, first byte lowest.
+            const int bytes = pending >> 3;
+            const uint64_t word = __builtin_bswap64(acc_ << free_);
+            if (!hasByteFF(word & ((uint64_t{1} << (8 * bytes)) - 1))) {
+                storeFirstBytes(out_, word, bytes + 1);
+                *dstBitPos = static_cast<int32_t>((out_ - start_ + bytes) * 8 + (pending & 7));
+                return;
+            }
+        }
         const int count = drainBytes();
         *out_ = static_cast<uint8_t>(count > 0 ? (acc_ & lowMask(count)) << (8 - count) : 0);
         *dstBitPos = static_cast<int32_t>((out_ - start_) * 8 + count);
@@ -254,17 +288,22 @@ private:
 using FastBitWriter = StreamBitWriter<MissingCode::Fails>;
 using DirectBitWriter = StreamBitWriter<MissingCode::Skipped>;
 
-// Runs code(writer) on the caller's stream: with a FastBitWriter when at
-// least worstCaseBytes of room are left (the code cannot fill the
-// destination) and a word more (its last store), with the BoundedBitWriter
-// otherwise. Both give the same bytes,
-// position and pending bits, also when the code stops at a symbol without a
-// code.
+// Whether a FastBitWriter may code at byte `pos`: at least worstCaseBytes
+// of room are left (the code cannot fill the destination) and a word more
+// (its last store).
+inline bool fitsUnchecked(int32_t dstLen, int32_t pos, int32_t worstCaseBytes) {
+    return int64_t{dstLen} - pos >= int64_t{worstCaseBytes} + kWordSlackBytes;
+}
+
+// Runs code(writer) on the caller's stream: with a FastBitWriter where it
+// fits unchecked, with the BoundedBitWriter otherwise. Both give the same
+// bytes, position and pending bits, also when the code stops at a symbol
+// without a code.
 template <class Code>
 ZEQ_ENTROPY_INLINE ZeqStatus codeIntoStream(uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                                             HuffmanEncodeState* state, int32_t worstCaseBytes,
                                             Code code) {
-    if (int64_t{dstLen} - *dstPos >= int64_t{worstCaseBytes} + kWordSlackBytes) {
+    if (fitsUnchecked(dstLen, *dstPos, worstCaseBytes)) {
         FastBitWriter out(dst, *dstPos, state);
         const ZeqStatus status = code(out);
         out.close(dstPos, state);

@@ -67,12 +67,8 @@ template <class Writer>
 ZeqStatus encodeBlockSse2(const int16_t* src, int16_t* lastDC, const HuffmanEncodeSpec* dc,
                           const HuffmanEncodeSpec* ac, Writer& out, CategoryLimits limits = {});
 
-// The exported operations: the state-based block coder (a stream writer
-// without bound checks when a whole block surely fits, the bounded writer
-// otherwise), the one-value coder and the direct block coder.
-ZeqStatus encodeBlockWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
-                               int16_t* lastDC, const HuffmanEncodeSpec* dc,
-                               const HuffmanEncodeSpec* ac, HuffmanEncodeState* state);
+// The exported operations: the one-value coder and the direct block coder
+// (the state-based block coder is inline, in baseline_encode_sse2.h).
 ZeqStatus encodeOneWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                              const HuffmanEncodeSpec* table, HuffmanEncodeState* state);
 ZeqStatus encodeBlockDirect(const int16_t* src, uint8_t* dst, int32_t* dstBitPos, int16_t* lastDC,

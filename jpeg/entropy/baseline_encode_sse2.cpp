@@ -1,46 +1,12 @@
-#include <array>
+#include "jpeg/entropy/baseline_encode_sse2.h"
 
-#include "core/sse2.h"
-#include "jpeg/entropy/baseline_encode.h"
+#include <type_traits>
+
 #include "jpeg/entropy/symbol_counter.h"
-#include "jpeg/zigzag.h"
 
 namespace zeq {
 
 namespace {
-
-constexpr int kRowLength = 8;
-
-// Entry [row][pattern]: the zigzag-order bits of the non-zero coefficients
-// that an 8-bit pattern marks in one natural-order row.
-using ZigzagBitsOfRows = std::array<std::array<uint64_t, 256>, kRowLength>;
-constexpr ZigzagBitsOfRows kZigzagBitsOfRows = [] {
-    ZigzagBitsOfRows table{};
-    for (int row = 0; row < kRowLength; ++row)
-        for (int pattern = 0; pattern < 256; ++pattern)
-            for (int column = 0; column < kRowLength; ++column)
-                if (pattern & (1 << column))
-                    table[row][pattern] |= uint64_t{1}
-                                           << ZigzagToNatural[row * kRowLength + column];
-    return table;
-}();
-
-// Bit k set where the coefficient at zigzag index k is non-zero: a vector
-// compare gives the natural-order pattern of each row, a table lookup per row
-// moves its bits to their zigzag places.
-uint64_t zigzagNonZeroMask(const int16_t* block) {
-    using namespace sse2;
-    uint64_t mask = 0;
-    for (int row = 0; row < kRowLength; row += 2) {
-        const V128 zerosA = _mm_cmpeq_epi16(loadu(block + row * kRowLength), zero());
-        const V128 zerosB = _mm_cmpeq_epi16(loadu(block + (row + 1) * kRowLength), zero());
-        const uint32_t nonZero =
-            ~static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(zerosA, zerosB)));
-        mask |= kZigzagBitsOfRows[row][nonZero & 0xFF] |
-                kZigzagBitsOfRows[row + 1][(nonZero >> 8) & 0xFF];
-    }
-    return mask;
-}
 
 template <class Writer>
 ZEQ_ENTROPY_INLINE ZeqStatus walkBlock(const int16_t* src, int16_t* lastDC,
@@ -60,6 +26,24 @@ ZEQ_ENTROPY_INLINE ZeqStatus walkBlock(const int16_t* src, int16_t* lastDC,
     return last < kBlockSize - 1 ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
 }
 
+template <class Writer>
+struct IsStreamWriter : std::false_type {};
+template <MissingCode kMissing>
+struct IsStreamWriter<StreamBitWriter<kMissing>> : std::true_type {};
+
+// The stream writers' walk where the limits are those of the sequential
+// encoders, the general one otherwise.
+template <class Writer>
+ZEQ_ENTROPY_INLINE ZeqStatus walkAnyBlock(const int16_t* src, int16_t* lastDC,
+                                          const HuffmanEncodeSpec* dc, const HuffmanEncodeSpec* ac,
+                                          Writer& out, CategoryLimits limits) {
+    if constexpr (IsStreamWriter<Writer>::value) {
+        if (limits.dc == kSymbolOnlyCategory && limits.ac == kSymbolOnlyCategory)
+            return walkStreamBlock(src, lastDC, dc, ac, out);
+    }
+    return walkBlock(src, lastDC, dc, ac, out, limits);
+}
+
 }  // namespace
 
 // The writer works as a local copy: its fields stay in registers.
@@ -67,7 +51,7 @@ template <class Writer>
 ZeqStatus encodeBlockSse2(const int16_t* src, int16_t* lastDC, const HuffmanEncodeSpec* dc,
                           const HuffmanEncodeSpec* ac, Writer& out, CategoryLimits limits) {
     Writer local = out;
-    const ZeqStatus status = walkBlock(src, lastDC, dc, ac, local, limits);
+    const ZeqStatus status = walkAnyBlock(src, lastDC, dc, ac, local, limits);
     out = local;
     return status;
 }
@@ -81,19 +65,19 @@ template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncode
 template ZeqStatus encodeBlockSse2(const int16_t*, int16_t*, const HuffmanEncodeSpec*,
                                    const HuffmanEncodeSpec*, SymbolCounter&, CategoryLimits);
 
-// The exported block coders run the vector walk inline on their writer.
-ZeqStatus encodeBlockWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
-                               int16_t* lastDC, const HuffmanEncodeSpec* dc,
-                               const HuffmanEncodeSpec* ac, HuffmanEncodeState* state) {
-    return codeIntoStream(dst, dstLen, dstPos, state, kWorstCaseBlockBytes, [&](auto& out) {
-        return walkBlock(src, lastDC, dc, ac, out, CategoryLimits{});
-    });
+ZeqStatus encodeBlockNearEnd(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                             int16_t* lastDC, const HuffmanEncodeSpec* dc,
+                             const HuffmanEncodeSpec* ac, HuffmanEncodeState* state) {
+    BoundedBitWriter out(dst, dstLen, *dstPos, state);
+    const ZeqStatus status = walkBlock(src, lastDC, dc, ac, out, CategoryLimits{});
+    out.close(dstPos, state);
+    return status;
 }
 
 ZeqStatus encodeBlockDirect(const int16_t* src, uint8_t* dst, int32_t* dstBitPos, int16_t* lastDC,
                             const HuffmanEncodeSpec* dc, const HuffmanEncodeSpec* ac) {
     DirectBitWriter out(dst, *dstBitPos);
-    const ZeqStatus status = walkBlock(src, lastDC, dc, ac, out, CategoryLimits{});
+    const ZeqStatus status = walkStreamBlock(src, lastDC, dc, ac, out);
     out.close(dstBitPos);
     return status;
 }

@@ -30,6 +30,7 @@ namespace zeq {
 
 constexpr uint8_t kStuffedByte = 0x00;
 constexpr int kPendingTop = 24;
+constexpr uint64_t kPendingMask = (uint64_t{1} << kPendingTop) - 1;
 constexpr int kWordSlackBytes = 8;  // the state keeps pending bits left-aligned below bit 24
 
 // Bytes one block can take at most: 64 codes of up to 16 bits with up to 16
@@ -39,6 +40,35 @@ constexpr int32_t kWorstCaseBlockBytes = 2 * ((64 * 32 + 16 + 7 + 7) / 8);
 inline int codeLength(uint32_t entry) { return static_cast<int>(entry >> 16); }
 inline uint32_t codeBits(uint32_t entry) { return entry & 0xFFFF; }
 inline uint32_t lowBits(uint32_t value, int n) { return value & ((uint32_t{1} << n) - 1); }
+
+// The first m (1..8) bytes of word, lowest first, at p, and nothing after
+// them, without a branch on m (it is as random as the data): overlapping
+// stores of 1, 2 and 4 bytes, those that a short m has no use for sent to a
+// scratch word. The choices are masks, which the compiler keeps branch-free.
+inline void storeFirstBytes(uint8_t* p, uint64_t word, int m) {
+    uint8_t scratch[8];
+    const auto to = reinterpret_cast<uintptr_t>(p), away = reinterpret_cast<uintptr_t>(scratch);
+    const uintptr_t two = uintptr_t{0} - uintptr_t{m >= 2}, four = uintptr_t{0} - uintptr_t{m >= 4};
+    const uintptr_t end2 = static_cast<uintptr_t>(m - 2) & two;
+    const uintptr_t end4 = static_cast<uintptr_t>(m - 4) & four;
+    uint8_t* const at2 = reinterpret_cast<uint8_t*>(away ^ ((away ^ to) & two));
+    uint8_t* const at4 = reinterpret_cast<uint8_t*>(away ^ ((away ^ to) & four));
+    const auto first2 = static_cast<uint16_t>(word);
+    const auto last2 = static_cast<uint16_t>(word >> (8 * end2));
+    const auto first4 = static_cast<uint32_t>(word);
+    const auto last4 = static_cast<uint32_t>(word >> (8 * end4));
+    p[0] = static_cast<uint8_t>(word);
+    std::memcpy(at2, &first2, 2);
+    std::memcpy(at2 + end2, &last2, 2);
+    std::memcpy(at4, &first4, 4);
+    std::memcpy(at4 + end4, &last4, 4);
+}
+
+// Whether any of the eight bytes is 0xFF (a zero byte of the complement).
+inline bool hasByteFF(uint64_t word) {
+    const uint64_t inverted = ~word;
+    return ((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0;
+}
 
 // A symbol beyond the table (a category of 16 after a run of 15) has no code.
 inline uint32_t codeOf(const HuffmanEncodeSpec* table, int symbol) {
@@ -51,7 +81,7 @@ public:
         : dst_(dst), len_(dstLen), pos_(pos) {
         const BitPosition p = loadBitPosition(state);
         count_ = p.count & 7;
-        buffer_ = static_cast<uint32_t>(p.buffer) & 0xFFFFFF;
+        buffer_ = static_cast<uint32_t>(p.buffer & kPendingMask);
     }
 
     ZEQ_ENTROPY_INLINE ZeqStatus bits(uint32_t value, int n) {
@@ -66,7 +96,7 @@ public:
                 if (pos_ == len_) return StatusBufferExhausted;
                 dst_[pos_++] = kStuffedByte;
             }
-            buffer = (buffer << 8) & 0xFFFFFF;
+            buffer = (buffer << 8) & kPendingMask;
         }
         buffer_ = buffer;
         count_ = t;
@@ -106,7 +136,7 @@ public:
         : start_(dst), out_(dst + pos) {
         const BitPosition p = loadBitPosition(state);
         const int count = p.count & 7;
-        acc_ = (p.buffer & 0xFFFFFF) >> (kPendingTop - count);
+        acc_ = (p.buffer & kPendingMask) >> (kPendingTop - count);
         free_ = kAccumulatorBits - count;
     }
     // At a bit position: the bits already in the byte at bitPos / 8 are kept.
@@ -142,20 +172,48 @@ public:
     }
 
     // State-based stream: whole bytes out, pending bits into the state.
-    void close(int32_t* dstPos, HuffmanEncodeState* state) {
+    ZEQ_ENTROPY_INLINE void close(int32_t* dstPos, HuffmanEncodeState* state) {
         const int count = drainBytes();
         *dstPos = static_cast<int32_t>(out_ - start_);
-        const uint32_t pending = static_cast<uint32_t>(acc_ & lowMask(count));
-        storeBitPosition(state, {count > 0 ? pending << (kPendingTop - count) : 0, count});
+        storeBitPosition(state, {(acc_ << (kPendingTop - count)) & kPendingMask, count});
     }
     // Bit position: whole bytes out, then the partial byte (pending bits at
     // the top, zeros below; a zero byte when none are pending). Memory and
     // position stay untouched when nothing was written.
-    void close(int32_t* dstBitPos) {
+    ZEQ_ENTROPY_INLINE void close(int32_t* dstBitPos) {
         if (!wrote_) return;
+        const int pending = kAccumulatorBits - free_;
+        if (__builtin_expect(pending > 0 && pending < kAccumulatorBits, 1)) {
+            // The whole bytes and the partial one, first byte lowest.
+            const int bytes = pending >> 3;
+            const uint64_t word = __builtin_bswap64(acc_ << free_);
+            if (!hasByteFF(word & ((uint64_t{1} << (8 * bytes)) - 1))) {
+                storeFirstBytes(out_, word, bytes + 1);
+                *dstBitPos = static_cast<int32_t>((out_ - start_ + bytes) * 8 + (pending & 7));
+                return;
+            }
+        }
         const int count = drainBytes();
         *out_ = static_cast<uint8_t>(count > 0 ? (acc_ & lowMask(count)) << (8 - count) : 0);
         *dstBitPos = static_cast<int32_t>((out_ - start_) * 8 + count);
+    }
+
+    // n (1..32) bits, none above them set, for coders that have already
+    // joined a code and its extra bits. The accumulator holds its
+    // 64 - free_ pending bits at the bottom (bits above them are stale); when
+    // it overflows, the top of the code completes a word of 8 bytes and the
+    // rest of it stays pending.
+    ZEQ_ENTROPY_INLINE void put(uint64_t code, int n) {
+        wrote_ = true;
+        if (__builtin_expect(n <= free_, 1)) {
+            free_ -= n;
+            acc_ = (acc_ << n) | code;
+            return;
+        }
+        const int spill = n - free_;
+        emitWord((acc_ << free_) | (code >> spill));
+        acc_ = code;
+        free_ = kAccumulatorBits - spill;
     }
 
 private:
@@ -163,64 +221,55 @@ private:
 
     static uint64_t lowMask(int n) { return (uint64_t{1} << n) - 1; }
 
-    // n (1..32) bits, none above them set. The accumulator holds its
-    // 64 - free_ pending bits at the bottom (bits above them are stale); when
-    // it overflows, the top of the code completes a word of 8 bytes and the
-    // rest of it stays pending.
-    ZEQ_ENTROPY_INLINE void put(uint64_t code, int n) {
-        wrote_ = true;
-        free_ -= n;
-        if (free_ >= 0) {
-            acc_ = (acc_ << n) | code;
-            return;
-        }
-        const int spill = -free_;
-        emitWord((acc_ << (n - spill)) | (code >> spill));
-        acc_ = code;
-        free_ += kAccumulatorBits;
-    }
-
     ZEQ_ENTROPY_INLINE void putByte(uint8_t byte) {
         *out_++ = byte;
         if (byte == 0xFF) *out_++ = kStuffedByte;
     }
     // Eight bytes high first: one store when none is 0xFF, else one at a
-    // time with stuffing.
+    // time with stuffing, without a branch per byte (0xFF bytes are common
+    // in dense blocks): each byte is followed by a zero that the next byte
+    // overwrites unless it stays as stuffing; after the last byte, the byte
+    // that follows keeps its value unless it is the stuffing. The writers
+    // own that byte: the stream writer has room past its worst case, the
+    // direct writer ends with a partial byte there.
     ZEQ_ENTROPY_INLINE void emitWord(uint64_t word) {
-        const uint64_t inverted = ~word;
-        const bool hasFF =
-            ((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0;
-        if (__builtin_expect(!hasFF, 1)) {
+        if (__builtin_expect(!hasByteFF(word), 1)) {
             const uint64_t bigEndian = __builtin_bswap64(word);
             std::memcpy(out_, &bigEndian, 8);
             out_ += 8;
-        } else {
-            for (int shift = 56; shift >= 0; shift -= 8)
-                putByte(static_cast<uint8_t>(word >> shift));
+            return;
         }
+        for (int shift = 56; shift > 0; shift -= 8) {
+            const uint32_t byte = static_cast<uint8_t>(word >> shift);
+            out_[0] = static_cast<uint8_t>(byte);
+            out_[1] = kStuffedByte;
+            out_ += 1 + ((byte + 1) >> 8);  // 2 after 0xFF
+        }
+        const uint32_t last = static_cast<uint8_t>(word);
+        const uint32_t stuffed = (last + 1) >> 8;
+        out_[0] = static_cast<uint8_t>(last);
+        out_[1] = static_cast<uint8_t>(out_[1] & (stuffed - 1));
+        out_ += 1 + stuffed;
     }
     // Writes the whole pending bytes; returns the bits left (0..7). Without
     // a 0xFF among them the state-based stream, which has a word of room past
     // its worst case, stores them in one 8-byte write that puts back what
     // follows them; the direct writer, which has no room past its bytes, one
     // at a time.
-    int drainBytes() {
+    ZEQ_ENTROPY_INLINE int drainBytes() {
         int count = kAccumulatorBits - free_;
         const int bytes = count >> 3;
         if (bytes > 0) {
-            const uint64_t word = acc_ << (kAccumulatorBits - count);      // first byte at the top
-            const uint64_t kept = (~uint64_t{0} >> 1) >> (8 * bytes - 1);  // the bytes after them
-            const uint64_t inverted = ~word | kept;
-            const bool hasFF =
-                ((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0;
-            if (kMissing == MissingCode::Fails && !hasFF) {
+            // Memory order: the first byte lowest, the bytes after them kept.
+            const uint64_t word = __builtin_bswap64(acc_ << free_);
+            const uint64_t written = ~uint64_t{0} >> (kAccumulatorBits - 8 * bytes);
+            if (kMissing == MissingCode::Fails && !hasByteFF(word & written)) {
                 uint64_t following;
                 std::memcpy(&following, out_, 8);
-                const uint64_t merged =
-                    __builtin_bswap64((word & ~kept) | (__builtin_bswap64(following) & kept));
+                const uint64_t merged = following ^ ((following ^ word) & written);
                 std::memcpy(out_, &merged, 8);
                 out_ += bytes;
-                count -= 8 * bytes;
+                count &= 7;
             } else {
                 for (; count >= 8; count -= 8) putByte(static_cast<uint8_t>(acc_ >> (count - 8)));
             }
@@ -239,17 +288,22 @@ private:
 using FastBitWriter = StreamBitWriter<MissingCode::Fails>;
 using DirectBitWriter = StreamBitWriter<MissingCode::Skipped>;
 
-// Runs code(writer) on the caller's stream: with a FastBitWriter when at
-// least worstCaseBytes of room are left (the code cannot fill the
-// destination) and a word more (its last store), with the BoundedBitWriter
-// otherwise. Both give the same bytes,
-// position and pending bits, also when the code stops at a symbol without a
-// code.
+// Whether a FastBitWriter may code at byte `pos`: at least worstCaseBytes
+// of room are left (the code cannot fill the destination) and a word more
+// (its last store).
+inline bool fitsUnchecked(int32_t dstLen, int32_t pos, int32_t worstCaseBytes) {
+    return int64_t{dstLen} - pos >= int64_t{worstCaseBytes} + kWordSlackBytes;
+}
+
+// Runs code(writer) on the caller's stream: with a FastBitWriter where it
+// fits unchecked, with the BoundedBitWriter otherwise. Both give the same
+// bytes, position and pending bits, also when the code stops at a symbol
+// without a code.
 template <class Code>
 ZEQ_ENTROPY_INLINE ZeqStatus codeIntoStream(uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                                             HuffmanEncodeState* state, int32_t worstCaseBytes,
                                             Code code) {
-    if (int64_t{dstLen} - *dstPos >= int64_t{worstCaseBytes} + kWordSlackBytes) {
+    if (fitsUnchecked(dstLen, *dstPos, worstCaseBytes)) {
         FastBitWriter out(dst, *dstPos, state);
         const ZeqStatus status = code(out);
         out.close(dstPos, state);

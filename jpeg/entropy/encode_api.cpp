@@ -1,7 +1,7 @@
 // Exported encode-state and baseline encoding functions.
 #include "core/arg_checks.h"
 #include "core/memory.h"
-#include "jpeg/entropy/baseline_encode.h"
+#include "jpeg/entropy/baseline_encode_sse2.h"
 #include "jpeg/entropy/record_allocation.h"
 
 using namespace zeq;

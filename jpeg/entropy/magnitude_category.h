@@ -23,10 +23,12 @@ inline int magnitudeCategoryByTable(int32_t v) {
     return magnitude < 256 ? kBitLengths[magnitude] : kBitLengths[magnitude >> 8] + 8;
 }
 // (2 |v| + 1 keeps 0 at category 0 with no branch.)
+inline int magnitudeCategoryOf(uint32_t magnitude) {
+    return 31 ^ __builtin_clz(2 * magnitude + 1);  // the index of the top bit
+}
 inline int magnitudeCategory(int32_t v) {
     const uint32_t sign = static_cast<uint32_t>(v >> 31);
-    const uint32_t magnitude = (static_cast<uint32_t>(v) ^ sign) - sign;
-    return 31 ^ __builtin_clz(2 * magnitude + 1);  // the index of the top bit
+    return magnitudeCategoryOf((static_cast<uint32_t>(v) ^ sign) - sign);
 }
 
 // The low `category` bits of v, or of v - 1 for negative v (ones' complement

@@ -1,0 +1,127 @@
+// The vector walk of one block for the stream writers, inline so that the
+// exported block coder runs it without a call of its own (it is called once
+// per block, and the call and its argument passing are a fair part of a
+// sparse block's cost). The general walk, for the bounded writer and the
+// symbol counter, is in baseline_encode_sse2.cpp.
+#ifndef ZEQ_JPEG_ENTROPY_BASELINE_ENCODE_SSE2_H
+#define ZEQ_JPEG_ENTROPY_BASELINE_ENCODE_SSE2_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "core/sse2.h"
+#include "jpeg/entropy/baseline_encode.h"
+#include "jpeg/zigzag.h"
+
+namespace zeq {
+
+constexpr int kZigzagRowLength = 8;
+
+// Entry [row][zeros]: the zigzag-order bits of the non-zero coefficients of
+// one natural-order row whose zero coefficients an 8-bit pattern marks.
+using ZigzagBitsOfRows = std::array<std::array<uint64_t, 256>, kZigzagRowLength>;
+inline constexpr ZigzagBitsOfRows kZigzagBitsOfRows = [] {
+    ZigzagBitsOfRows table{};
+    for (int row = 0; row < kZigzagRowLength; ++row)
+        for (int zeros = 0; zeros < 256; ++zeros)
+            for (int column = 0; column < kZigzagRowLength; ++column)
+                if (!(zeros & (1 << column)))
+                    table[row][zeros] |= uint64_t{1}
+                                         << ZigzagToNatural[row * kZigzagRowLength + column];
+    return table;
+}();
+
+// Bit k set where the coefficient at zigzag index k is non-zero: a vector
+// compare gives the pattern of zeros of each row, a table lookup per row
+// moves the others to their zigzag places.
+ZEQ_ENTROPY_INLINE uint64_t zigzagNonZeroMask(const int16_t* block) {
+    using namespace sse2;
+    uint64_t mask = 0;
+    for (int row = 0; row < kZigzagRowLength; row += 2) {
+        const V128 zerosA = _mm_cmpeq_epi16(loadu(block + row * kZigzagRowLength), zero());
+        const V128 zerosB = _mm_cmpeq_epi16(loadu(block + (row + 1) * kZigzagRowLength), zero());
+        const uint32_t zeros =
+            static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(zerosA, zerosB)));
+        mask |= kZigzagBitsOfRows[row][zeros & 0xFF] | kZigzagBitsOfRows[row + 1][zeros >> 8];
+    }
+    return mask;
+}
+
+// The code of symbol `high` + category of v (v a DC difference, or an AC
+// coefficient after fewer than 15 zeros, so the symbol is inside the table),
+// then its extra bits, in one put. Below zero, v - 1 is the extra bits' ones'
+// complement form, and the bits of it above the category are all ones:
+// adding it to the code plus one, shifted, gives code and extra bits side by
+// side.
+template <MissingCode kMissing>
+ZEQ_ENTROPY_INLINE ZeqStatus putCodedValue(const HuffmanEncodeSpec* table, size_t high, int32_t v,
+                                           StreamBitWriter<kMissing>& out) {
+    const uint64_t sign = static_cast<uint64_t>(int64_t{v} >> 63);
+    const uint64_t base = static_cast<uint64_t>(int64_t{v}) + sign;
+    const uint32_t s =
+        static_cast<uint32_t>(magnitudeCategoryOf(static_cast<uint32_t>(base ^ sign)));
+    const size_t symbol = high + s;
+    const uint32_t entry = loadField<uint32_t>(table, offsetof(HuffmanEncodeSpec, codes), symbol);
+    if (__builtin_expect(codeLength(entry) == 0, 0))
+        return out.symbolWithBits(table, int(symbol), extraBits(v, int(s)), int(s));
+    out.put(((codeBits(entry) - sign) << s) + base, codeLength(entry) + int(s));
+    return StatusOk;
+}
+
+// The walk of the stream writers, which take every category a 16-bit value
+// has: each non-zero coefficient costs one table read and one put of its code
+// and extra bits together. Runs of 15 zeros and more (ZRLs, and the one
+// symbol past the table, a category 16 after 15 zeros) and symbols without a
+// code take the general path.
+template <MissingCode kMissing>
+ZEQ_ENTROPY_INLINE ZeqStatus walkStreamBlock(const int16_t* src, int16_t* lastDC,
+                                             const HuffmanEncodeSpec* dc,
+                                             const HuffmanEncodeSpec* ac,
+                                             StreamBitWriter<kMissing>& out) {
+    const int32_t diff = int32_t{src[0]} - *lastDC;
+    *lastDC = src[0];
+    if (ZeqStatus status = putCodedValue(dc, 0, diff, out)) return status;
+    uint64_t pending = zigzagNonZeroMask(src) & ~uint64_t{1};
+    size_t next = 1;  // the zigzag index after the last coded coefficient
+    while (pending != 0) {
+        const size_t k = static_cast<unsigned>(__builtin_ctzll(pending));
+        pending &= pending - 1;
+        const size_t run = k - next;
+        next = k + 1;
+        const int32_t c = src[NaturalOfZigzag[k]];
+        if (__builtin_expect(run >= size_t{kLongestRun}, 0)) {
+            if (ZeqStatus status = encodeACCoefficient(int(run), static_cast<int16_t>(c), ac, out))
+                return status;
+            continue;
+        }
+        if (ZeqStatus status = putCodedValue(ac, run * 16, c, out)) return status;
+    }
+    return next < size_t{kBlockSize} ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
+}
+
+// The state-based block coder with the destination too short for the
+// stream writer's unchecked stores: the bounded writer's general walk.
+ZeqStatus encodeBlockNearEnd(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                             int16_t* lastDC, const HuffmanEncodeSpec* dc,
+                             const HuffmanEncodeSpec* ac, HuffmanEncodeState* state);
+
+// The state-based block coder: the stream writer when a whole block surely
+// fits (with the word its closing store may touch), the bounded writer
+// otherwise; both give the same bytes, position, state and status.
+ZEQ_ENTROPY_INLINE ZeqStatus encodeBlockWithState(const int16_t* src, uint8_t* dst, int32_t dstLen,
+                                                  int32_t* dstPos, int16_t* lastDC,
+                                                  const HuffmanEncodeSpec* dc,
+                                                  const HuffmanEncodeSpec* ac,
+                                                  HuffmanEncodeState* state) {
+    if (!fitsUnchecked(dstLen, *dstPos, kWorstCaseBlockBytes))
+        return encodeBlockNearEnd(src, dst, dstLen, dstPos, lastDC, dc, ac, state);
+    FastBitWriter out(dst, *dstPos, state);
+    const ZeqStatus status = walkStreamBlock(src, lastDC, dc, ac, out);
+    out.close(dstPos, state);
+    return status;
+}
+
+}  // namespace zeq
+
+#endif  // ZEQ_JPEG_ENTROPY_BASELINE_ENCODE_SSE2_H

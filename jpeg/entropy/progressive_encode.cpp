@@ -47,20 +47,6 @@ ZeqStatus encodeDCRefineWithState(const int16_t* src, uint8_t* dst, int32_t dstL
     return status;
 }
 
-ZeqStatus encodeBandWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
-                              int ss, int se, int al, const HuffmanEncodeSpec* ac,
-                              HuffmanEncodeState* state, bool refinement) {
-    BandRun run = loadBandRun(state, refinement);
-    const ZeqStatus status =
-        codeIntoStream(dst, dstLen, dstPos, state, kWorstCaseProgressiveBytes, [&](auto& out) {
-            return refinement
-                       ? encodeACRefine(src, ss, se, al, ac, run, out)
-                       : encodeACFirst(src, ss, se, al, ac, run, kLargestProgressiveCategory, out);
-        });
-    storeBandRun(state, run);
-    return status;
-}
-
 ZeqStatus flushBandWithState(uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                              const HuffmanEncodeSpec* ac, HuffmanEncodeState* state,
                              bool refinement) {

@@ -9,7 +9,10 @@
 #ifndef ZEQ_JPEG_ENTROPY_PROGRESSIVE_ENCODE_H
 #define ZEQ_JPEG_ENTROPY_PROGRESSIVE_ENCODE_H
 
+#include <emmintrin.h>
+
 #include <algorithm>
+#include <array>
 #include <cstdint>
 
 #include "core/arg_checks.h"
@@ -77,14 +80,47 @@ void storeBandRun(HuffmanEncodeState* state, const BandRun& run);
 // floor(log2 r) for r >= 1.
 inline int eobRunIndex(uint32_t r) { return 31 - __builtin_clz(r); }
 
-// `count` buffered correction bits, in order, sixteen at a time.
+constexpr int kCorrectionBitsPerWrite = 16;
+
+// `count` buffered correction bits (bit 0 of each byte), in order, sixteen
+// at a time.
 template <class Writer>
-ZEQ_ENTROPY_INLINE ZeqStatus writeCorrectionBits(const uint8_t* bits, int count, Writer& out) {
-    constexpr int kBitsPerWrite = 16;
-    for (int i = 0; i < count; i += kBitsPerWrite) {
-        const int n = std::min(kBitsPerWrite, count - i);
+ZEQ_ENTROPY_INLINE ZeqStatus writeCorrectionBitsScalar(const uint8_t* bits, int count,
+                                                       Writer& out) {
+    for (int i = 0; i < count; i += kCorrectionBitsPerWrite) {
+        const int n = std::min(kCorrectionBitsPerWrite, count - i);
         uint32_t value = 0;
         for (int j = 0; j < n; ++j) value = (value << 1) | (bits[i + j] & 1u);
+        if (ZeqStatus status = out.bits(value, n)) return status;
+    }
+    return StatusOk;
+}
+
+// Bit 0 of sixteen bytes, the first byte's as the top bit of 16.
+inline uint32_t correctionBitsOfSixteen(const uint8_t* bits) {
+    constexpr std::array<uint8_t, 256> kReversed = [] {
+        std::array<uint8_t, 256> t{};
+        for (int i = 0; i < 256; ++i)
+            for (int b = 0; b < 8; ++b)
+                if (i & (1 << b)) t[size_t(i)] |= static_cast<uint8_t>(0x80 >> b);
+        return t;
+    }();
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bits));
+    // Bit 0 of each byte to its bit 7 (the masked bit cannot spill into the next byte).
+    const __m128i top = _mm_slli_epi16(_mm_and_si128(bytes, _mm_set1_epi8(1)), 7);
+    const uint32_t firstAtBottom = static_cast<uint32_t>(_mm_movemask_epi8(top));
+    return (uint32_t{kReversed[firstAtBottom & 0xFF]} << 8) | kReversed[firstAtBottom >> 8];
+}
+
+// The same writes as the scalar form, sixteen bits gathered at once. The
+// loads stay inside the 1024-byte buffer: a run never buffers more than 1023
+// bits, so the last piece starts at byte 1008 at most.
+template <class Writer>
+ZEQ_ENTROPY_INLINE ZeqStatus writeCorrectionBits(const uint8_t* bits, int count, Writer& out) {
+    static_assert(kCorrectionBitsCapacity % kCorrectionBitsPerWrite == 0);
+    for (int i = 0; i < count; i += kCorrectionBitsPerWrite) {
+        const int n = std::min(kCorrectionBitsPerWrite, count - i);
+        const uint32_t value = correctionBitsOfSixteen(bits + i) >> (kCorrectionBitsPerWrite - n);
         if (ZeqStatus status = out.bits(value, n)) return status;
     }
     return StatusOk;
@@ -174,7 +210,7 @@ ZEQ_ENTROPY_INLINE ZeqStatus encodeACRefine(const int16_t* src, int ss, int se, 
     int zeros = 0;
     auto flushBlockBits = [&]() {
         const ZeqStatus status = buffer != nullptr
-                                     ? writeCorrectionBits(buffer + blockBitsAt, blockBits, out)
+                                     ? writeCorrectionBitsScalar(buffer + blockBitsAt, blockBits, out)
                                      : StatusOk;
         blockBitsAt = 0;  // the run's bits are gone with the run
         blockBits = 0;
@@ -211,6 +247,16 @@ ZEQ_ENTROPY_INLINE ZeqStatus encodeACRefine(const int16_t* src, int ss, int se, 
     }
     return StatusOk;
 }
+
+// The same coders walking only the non-zero coefficients of the band, found
+// with vector masks (progressive_encode_sse2.cpp); same writes, same results.
+template <class Writer>
+ZeqStatus encodeACFirstSse2(const int16_t* src, int ss, int se, int al,
+                            const HuffmanEncodeSpec* ac, BandRun& run, int largestCategory,
+                            Writer& out);
+template <class Writer>
+ZeqStatus encodeACRefineSse2(const int16_t* src, int ss, int se, int al,
+                             const HuffmanEncodeSpec* ac, BandRun& run, Writer& out);
 
 // The exported operations on the caller's stream and state.
 ZeqStatus encodeDCFirstWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,

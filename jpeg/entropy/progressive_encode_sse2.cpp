@@ -1,0 +1,174 @@
+// The progressive AC coders on vector masks: the non-zero coefficients of a
+// band (and, for refinement, those that become significant) are found as the
+// set bits of zigzag-order masks, so the walk visits only them and not every
+// coefficient of the band. Every write (and every count) happens in the same
+// order and with the same values as in the plain coders of
+// progressive_encode.h, which are the reference.
+#include "jpeg/entropy/progressive_encode.h"
+#include "jpeg/entropy/symbol_counter.h"
+#include "jpeg/entropy/zigzag_masks.h"
+
+namespace zeq {
+
+namespace {
+
+// |c| >> al as the plain coders compute it.
+ZEQ_ENTROPY_INLINE int32_t shiftedMagnitude(int32_t c, int al) { return (c < 0 ? -c : c) >> al; }
+
+template <class Writer>
+ZEQ_ENTROPY_INLINE ZeqStatus walkACFirst(const int16_t* src, int ss, int se, int al,
+                                         const HuffmanEncodeSpec* ac, BandRun& run,
+                                         int largestCategory, Writer& out) {
+    uint64_t pending = zigzagMasks(src, al).nonZero & bandMask(ss, se);
+    int next = ss;  // the first zigzag index not yet coded
+    while (pending != 0) {
+        const int k = __builtin_ctzll(pending);
+        pending &= pending - 1;
+        const int32_t c = src[NaturalOfZigzag[size_t(k)]];
+        const int32_t v = shiftedMagnitude(c, al);
+        if (run.eobRun != 0)
+            if (ZeqStatus status = emitEobRun(run, ac, out, false)) return status;
+        if (ZeqStatus status = encodeACCoefficient(k - next, static_cast<int16_t>(c < 0 ? -v : v),
+                                                   ac, out, largestCategory))
+            return status;
+        next = k + 1;
+    }
+    if (next <= se && ++run.eobRun >= kLongestEobRun) return emitEobRun(run, ac, out, false);
+    return StatusOk;
+}
+
+// The correction bits of the block so far, kept both in the run's buffer
+// (one per byte, as the state record holds them) and in a word, from which
+// they are written in the plain coder's pieces of sixteen.
+struct BlockCorrections {
+    uint64_t word = 0;  // the block's bits, the newest at the bottom
+    int count = 0;
+    int bufferAt = 0;  // where the block's bits start in the run's buffer
+
+    template <class Writer>
+    ZEQ_ENTROPY_INLINE ZeqStatus flush(bool buffered, Writer& out) {
+        ZeqStatus status = StatusOk;
+        if (buffered) {
+            constexpr int kBitsPerWrite = 16;
+            for (int i = 0; i < count && status == StatusOk; i += kBitsPerWrite) {
+                const int n = count - i < kBitsPerWrite ? count - i : kBitsPerWrite;
+                status = out.bits(static_cast<uint32_t>(word >> (count - i - n)), n);
+            }
+        }
+        bufferAt = 0;  // the run's bits are gone with the run
+        count = 0;
+        word = 0;
+        return status;
+    }
+};
+
+template <class Writer>
+ZEQ_ENTROPY_INLINE ZeqStatus walkACRefine(const int16_t* src, int ss, int se, int al,
+                                          const HuffmanEncodeSpec* ac, BandRun& run, Writer& out) {
+    const uint64_t band = bandMask(ss, se);
+    const ZigzagMasks masks = zigzagMasks(src, al);
+    uint64_t pending = masks.nonZero & band;
+    const uint64_t ones = masks.one & band;
+    const int lastNew = ones != 0 ? 63 - __builtin_clzll(ones) : 0;
+    uint8_t* const buffer = run.correctionBits;
+    BlockCorrections block;
+    block.bufferAt = run.correctionCount;
+    int zeros = 0;
+    int next = ss;
+    while (pending != 0) {
+        const int k = __builtin_ctzll(pending);
+        pending &= pending - 1;
+        zeros += k - next;
+        next = k + 1;
+        while (zeros > kLongestRun && k <= lastNew) {
+            if (ZeqStatus status = emitEobRun(run, ac, out, true)) return status;
+            if (ZeqStatus status = out.symbol(ac, kZeroRunSymbol)) return status;
+            zeros -= kLongestRun + 1;
+            if (ZeqStatus status = block.flush(buffer != nullptr, out)) return status;
+        }
+        const int32_t c = src[NaturalOfZigzag[size_t(k)]];
+        const int32_t a = shiftedMagnitude(c, al);
+        if (a > 1) {
+            const uint32_t bit = static_cast<uint32_t>(a & 1);
+            if (buffer != nullptr) buffer[block.bufferAt + block.count] = static_cast<uint8_t>(bit);
+            block.word = (block.word << 1) | bit;
+            ++block.count;
+            continue;
+        }
+        if (run.eobRun != 0)
+            if (ZeqStatus status = emitEobRun(run, ac, out, true)) return status;
+        if (ZeqStatus status = out.symbolWithBits(ac, (zeros << 4) + 1, c > 0 ? 1u : 0u, 1))
+            return status;
+        if (ZeqStatus status = block.flush(buffer != nullptr, out)) return status;
+        zeros = 0;
+    }
+    zeros += se + 1 - next;
+    if (zeros > 0 || block.count > 0) {
+        ++run.eobRun;
+        run.correctionCount += block.count;
+        if (run.eobRun >= kLongestEobRun || run.correctionCount > kCorrectionBitsLimit)
+            return emitEobRun(run, ac, out, true);
+    }
+    return StatusOk;
+}
+
+}  // namespace
+
+// The writer works as a local copy: its fields stay in registers.
+template <class Writer>
+ZeqStatus encodeACFirstSse2(const int16_t* src, int ss, int se, int al,
+                            const HuffmanEncodeSpec* ac, BandRun& run, int largestCategory,
+                            Writer& out) {
+    Writer local = out;
+    const ZeqStatus status = walkACFirst(src, ss, se, al, ac, run, largestCategory, local);
+    out = local;
+    return status;
+}
+
+template <class Writer>
+ZeqStatus encodeACRefineSse2(const int16_t* src, int ss, int se, int al,
+                             const HuffmanEncodeSpec* ac, BandRun& run, Writer& out) {
+    Writer local = out;
+    const ZeqStatus status = walkACRefine(src, ss, se, al, ac, run, local);
+    out = local;
+    return status;
+}
+
+#define ZEQ_PROGRESSIVE_SSE2_INSTANCES(Writer)                                                \
+    template ZeqStatus encodeACFirstSse2(const int16_t*, int, int, int,                       \
+                                         const HuffmanEncodeSpec*, BandRun&, int, Writer&);   \
+    template ZeqStatus encodeACRefineSse2(const int16_t*, int, int, int,                      \
+                                          const HuffmanEncodeSpec*, BandRun&, Writer&);
+ZEQ_PROGRESSIVE_SSE2_INSTANCES(BoundedBitWriter)
+ZEQ_PROGRESSIVE_SSE2_INSTANCES(FastBitWriter)
+ZEQ_PROGRESSIVE_SSE2_INSTANCES(SymbolCounter)
+#undef ZEQ_PROGRESSIVE_SSE2_INSTANCES
+
+ZeqStatus encodeBandWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                              int ss, int se, int al, const HuffmanEncodeSpec* ac,
+                              HuffmanEncodeState* state, bool refinement) {
+    BandRun run = loadBandRun(state, refinement);
+    const ZeqStatus status =
+        codeIntoStream(dst, dstLen, dstPos, state, kWorstCaseProgressiveBytes, [&](auto& out) {
+            return refinement
+                       ? walkACRefine(src, ss, se, al, ac, run, out)
+                       : walkACFirst(src, ss, se, al, ac, run, kLargestProgressiveCategory, out);
+        });
+    storeBandRun(state, run);
+    return status;
+}
+
+ZeqStatus countBandSymbols(const int16_t* src, int32_t* acCounts, int ss, int se, int al,
+                           HuffmanEncodeState* state, bool refinement) {
+    BandRun run = loadBandRun(state, false);
+    SymbolCounter counter;
+    const HuffmanEncodeSpec* counts = tableOfCounts(acCounts);
+    const ZeqStatus status =
+        refinement ? walkACRefine(src, ss, se, al, counts, run, counter)
+                   : walkACFirst(src, ss, se, al, counts, run, kLargestACFirstCountedCategory,
+                                 counter);
+    storeBandRun(state, run);
+    return status;
+}
+
+}  // namespace zeq

@@ -2,33 +2,6 @@
 
 namespace zeq {
 
-namespace {
-
-constexpr size_t kEobRunAt = offsetof(HuffmanEncodeState, eobRun);
-constexpr size_t kCorrectionCountAt = offsetof(HuffmanEncodeState, correctionCount);
-constexpr size_t kCorrectionBitsAt = offsetof(HuffmanEncodeState, correctionBits);
-// A block appends at most one bit per coefficient behind the run's bits.
-constexpr int32_t kLargestCarriedCorrectionCount = kCorrectionBitsCapacity - kBlockSize;
-// Far beyond any valid run, and far from overflow when a block adds to it.
-constexpr int32_t kLargestCarriedEobRun = int32_t{1} << 30;
-
-}  // namespace
-
-BandRun loadBandRun(HuffmanEncodeState* state, bool withCorrectionBits) {
-    BandRun run;
-    run.eobRun = std::clamp(loadField<int32_t>(state, kEobRunAt), 0, kLargestCarriedEobRun);
-    run.correctionCount = std::clamp(loadField<int32_t>(state, kCorrectionCountAt), 0,
-                                     kLargestCarriedCorrectionCount);
-    run.correctionBits =
-        withCorrectionBits ? reinterpret_cast<uint8_t*>(state) + kCorrectionBitsAt : nullptr;
-    return run;
-}
-
-void storeBandRun(HuffmanEncodeState* state, const BandRun& run) {
-    storeField<int32_t>(state, kEobRunAt, run.eobRun);
-    storeField<int32_t>(state, kCorrectionCountAt, run.correctionCount);
-}
-
 ZeqStatus encodeDCFirstWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                                  int16_t* lastDC, int al, const HuffmanEncodeSpec* dc,
                                  HuffmanEncodeState* state) {

@@ -74,8 +74,28 @@ struct BandRun {
 // Loads the run from a state record. A damaged record cannot lead a coder out
 // of the correction buffer or into overflow: a negative run or count is taken
 // as 0, a count above what a block can append to is cut there.
-BandRun loadBandRun(HuffmanEncodeState* state, bool withCorrectionBits);
-void storeBandRun(HuffmanEncodeState* state, const BandRun& run);
+constexpr size_t kEobRunAt = offsetof(HuffmanEncodeState, eobRun);
+constexpr size_t kCorrectionCountAt = offsetof(HuffmanEncodeState, correctionCount);
+constexpr size_t kCorrectionBitsAt = offsetof(HuffmanEncodeState, correctionBits);
+// A block appends at most one bit per coefficient behind the run's bits.
+constexpr int32_t kLargestCarriedCorrectionCount = kCorrectionBitsCapacity - kBlockSize;
+// Far beyond any valid run, and far from overflow when a block adds to it.
+constexpr int32_t kLargestCarriedEobRun = int32_t{1} << 30;
+
+ZEQ_ENTROPY_INLINE BandRun loadBandRun(HuffmanEncodeState* state, bool withCorrectionBits) {
+    BandRun run;
+    run.eobRun = std::clamp(loadField<int32_t>(state, kEobRunAt), 0, kLargestCarriedEobRun);
+    run.correctionCount = std::clamp(loadField<int32_t>(state, kCorrectionCountAt), 0,
+                                     kLargestCarriedCorrectionCount);
+    run.correctionBits =
+        withCorrectionBits ? reinterpret_cast<uint8_t*>(state) + kCorrectionBitsAt : nullptr;
+    return run;
+}
+
+ZEQ_ENTROPY_INLINE void storeBandRun(HuffmanEncodeState* state, const BandRun& run) {
+    storeField<int32_t>(state, kEobRunAt, run.eobRun);
+    storeField<int32_t>(state, kCorrectionCountAt, run.correctionCount);
+}
 
 // floor(log2 r) for r >= 1.
 inline int eobRunIndex(uint32_t r) { return 31 - __builtin_clz(r); }

@@ -19,7 +19,7 @@ template <class Writer>
 ZEQ_ENTROPY_INLINE ZeqStatus walkACFirst(const int16_t* src, int ss, int se, int al,
                                          const HuffmanEncodeSpec* ac, BandRun& run,
                                          int largestCategory, Writer& out) {
-    uint64_t pending = zigzagMasks(src, al).nonZero & bandMask(ss, se);
+    uint64_t pending = zigzagMasks<false>(src, al).nonZero & bandMask(ss, se);
     int next = ss;  // the first zigzag index not yet coded
     while (pending != 0) {
         const int k = __builtin_ctzll(pending);
@@ -114,24 +114,33 @@ ZEQ_ENTROPY_INLINE ZeqStatus walkACRefine(const int16_t* src, int ss, int se, in
 
 }  // namespace
 
-// The writer works as a local copy: its fields stay in registers.
+// The writer and the run work as local copies: their fields stay in
+// registers.
+template <class Writer>
+ZEQ_ENTROPY_INLINE ZeqStatus walkBand(const int16_t* src, int ss, int se, int al,
+                                      const HuffmanEncodeSpec* ac, BandRun& run,
+                                      int largestCategory, bool refinement, Writer& out) {
+    Writer writer = out;
+    BandRun local = run;
+    const ZeqStatus status = refinement
+                                 ? walkACRefine(src, ss, se, al, ac, local, writer)
+                                 : walkACFirst(src, ss, se, al, ac, local, largestCategory, writer);
+    out = writer;
+    run = local;
+    return status;
+}
+
 template <class Writer>
 ZeqStatus encodeACFirstSse2(const int16_t* src, int ss, int se, int al,
                             const HuffmanEncodeSpec* ac, BandRun& run, int largestCategory,
                             Writer& out) {
-    Writer local = out;
-    const ZeqStatus status = walkACFirst(src, ss, se, al, ac, run, largestCategory, local);
-    out = local;
-    return status;
+    return walkBand(src, ss, se, al, ac, run, largestCategory, false, out);
 }
 
 template <class Writer>
 ZeqStatus encodeACRefineSse2(const int16_t* src, int ss, int se, int al,
                              const HuffmanEncodeSpec* ac, BandRun& run, Writer& out) {
-    Writer local = out;
-    const ZeqStatus status = walkACRefine(src, ss, se, al, ac, run, local);
-    out = local;
-    return status;
+    return walkBand(src, ss, se, al, ac, run, 0, true, out);
 }
 
 #define ZEQ_PROGRESSIVE_SSE2_INSTANCES(Writer)                                                \
@@ -144,31 +153,68 @@ ZEQ_PROGRESSIVE_SSE2_INSTANCES(FastBitWriter)
 ZEQ_PROGRESSIVE_SSE2_INSTANCES(SymbolCounter)
 #undef ZEQ_PROGRESSIVE_SSE2_INSTANCES
 
-ZeqStatus encodeBandWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
-                              int ss, int se, int al, const HuffmanEncodeSpec* ac,
-                              HuffmanEncodeState* state, bool refinement) {
-    BandRun run = loadBandRun(state, refinement);
+namespace {
+
+// One block's band on the caller's stream, with the writer made for it; a
+// function of its own for every writer and pass, so each keeps its loop tight.
+template <bool kRefinement, class Writer>
+__attribute__((noinline)) ZeqStatus codeBand(Writer out, int32_t* dstPos, const int16_t* src,
+                                             int ss, int se, int al, const HuffmanEncodeSpec* ac,
+                                             HuffmanEncodeState* state) {
+    BandRun run = loadBandRun(state, kRefinement);
     const ZeqStatus status =
-        codeIntoStream(dst, dstLen, dstPos, state, kWorstCaseProgressiveBytes, [&](auto& out) {
-            return refinement
-                       ? walkACRefine(src, ss, se, al, ac, run, out)
-                       : walkACFirst(src, ss, se, al, ac, run, kLargestProgressiveCategory, out);
-        });
+        kRefinement ? walkACRefine(src, ss, se, al, ac, run, out)
+                    : walkACFirst(src, ss, se, al, ac, run, kLargestProgressiveCategory, out);
+    out.close(dstPos, state);
     storeBandRun(state, run);
     return status;
 }
 
-ZeqStatus countBandSymbols(const int16_t* src, int32_t* acCounts, int ss, int se, int al,
-                           HuffmanEncodeState* state, bool refinement) {
+template <bool kRefinement>
+ZEQ_ENTROPY_INLINE ZeqStatus codeBandIntoStream(const int16_t* src, uint8_t* dst, int32_t dstLen,
+                                                int32_t* dstPos, int ss, int se, int al,
+                                                const HuffmanEncodeSpec* ac,
+                                                HuffmanEncodeState* state) {
+    // As codeIntoStream: the unchecked writer when the band surely fits.
+    if (int64_t{dstLen} - *dstPos >= int64_t{kWorstCaseProgressiveBytes} + kWordSlackBytes)
+        return codeBand<kRefinement>(FastBitWriter(dst, *dstPos, state), dstPos, src, ss, se, al,
+                                     ac, state);
+    return codeBand<kRefinement>(BoundedBitWriter(dst, dstLen, *dstPos, state), dstPos, src, ss,
+                                 se, al, ac, state);
+}
+
+}  // namespace
+
+ZeqStatus encodeBandWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
+                              int ss, int se, int al, const HuffmanEncodeSpec* ac,
+                              HuffmanEncodeState* state, bool refinement) {
+    return refinement
+               ? codeBandIntoStream<true>(src, dst, dstLen, dstPos, ss, se, al, ac, state)
+               : codeBandIntoStream<false>(src, dst, dstLen, dstPos, ss, se, al, ac, state);
+}
+
+namespace {
+
+template <bool kRefinement>
+__attribute__((noinline)) ZeqStatus countBand(const int16_t* src, int32_t* acCounts, int ss,
+                                              int se, int al, HuffmanEncodeState* state) {
     BandRun run = loadBandRun(state, false);
     SymbolCounter counter;
     const HuffmanEncodeSpec* counts = tableOfCounts(acCounts);
     const ZeqStatus status =
-        refinement ? walkACRefine(src, ss, se, al, counts, run, counter)
-                   : walkACFirst(src, ss, se, al, counts, run, kLargestACFirstCountedCategory,
-                                 counter);
+        kRefinement ? walkACRefine(src, ss, se, al, counts, run, counter)
+                    : walkACFirst(src, ss, se, al, counts, run, kLargestACFirstCountedCategory,
+                                  counter);
     storeBandRun(state, run);
     return status;
+}
+
+}  // namespace
+
+ZeqStatus countBandSymbols(const int16_t* src, int32_t* acCounts, int ss, int se, int al,
+                           HuffmanEncodeState* state, bool refinement) {
+    return refinement ? countBand<true>(src, acCounts, ss, se, al, state)
+                      : countBand<false>(src, acCounts, ss, se, al, state);
 }
 
 }  // namespace zeq

@@ -65,7 +65,9 @@ inline ZigzagMasks zigzagMasksScalar(const int16_t* block, int al) {
 
 // The vector form. The magnitude of -32768 wraps to the 16-bit pattern
 // 0x8000, which read unsigned is 32768 again, so the logical shift gives
-// the same values as the 32-bit arithmetic above.
+// the same values as the 32-bit arithmetic above. kOnes: the mask of ones
+// too (otherwise it is left 0).
+template <bool kOnes = true>
 ZEQ_ENTROPY_INLINE ZigzagMasks zigzagMasks(const int16_t* block, int al) {
     const __m128i shift = _mm_cvtsi32_si128(al);
     const __m128i zero = _mm_setzero_si128();
@@ -76,16 +78,19 @@ ZEQ_ENTROPY_INLINE ZigzagMasks zigzagMasks(const int16_t* block, int al) {
         for (int i = 0; i < 2; ++i) {
             const __m128i c = _mm_loadu_si128(
                 reinterpret_cast<const __m128i*>(block + (row + i) * kBlockRowLength));
-            v[i] = _mm_srl_epi16(_mm_max_epi16(c, _mm_sub_epi16(zero, c)), shift);
+            const __m128i sign = _mm_srai_epi16(c, 15);
+            v[i] = _mm_srl_epi16(_mm_sub_epi16(_mm_xor_si128(c, sign), sign), shift);
         }
         const uint64_t zeros = static_cast<uint32_t>(_mm_movemask_epi8(
             _mm_packs_epi16(_mm_cmpeq_epi16(v[0], zero), _mm_cmpeq_epi16(v[1], zero))));
-        const uint64_t ones = static_cast<uint32_t>(_mm_movemask_epi8(
-            _mm_packs_epi16(_mm_cmpeq_epi16(v[0], one), _mm_cmpeq_epi16(v[1], one))));
         zeroBits |= zeros << (8 * row);
-        oneBits |= ones << (8 * row);
+        if (kOnes) {
+            const uint64_t ones = static_cast<uint32_t>(_mm_movemask_epi8(
+                _mm_packs_epi16(_mm_cmpeq_epi16(v[0], one), _mm_cmpeq_epi16(v[1], one))));
+            oneBits |= ones << (8 * row);
+        }
     }
-    return {zigzagOfNaturalMask(~zeroBits), zigzagOfNaturalMask(oneBits)};
+    return {zigzagOfNaturalMask(~zeroBits), kOnes ? zigzagOfNaturalMask(oneBits) : 0};
 }
 
 }  // namespace zeq

@@ -170,8 +170,10 @@ private:
                                 : zeqiEncodeHuffman8x8_ACRefine_JPEG_16s1u_C1(
                                       nullptr, dst, len, &pos, 0, 0, 0, acTable, state.state, 1);
         };
-        // The output is committed and re-reserved once per MCU.
+        // The output is committed and re-reserved when less than an MCU's
+        // worth of room is left.
         auto startMcu = [&]() {
+            if (dst != nullptr && size_t(len) - size_t(pos) >= mcuBytes) return true;
             out.grow(size_t(pos));
             pos = 0;
             if (out.room() < mcuBytes && !out.reserve(mcuBytes)) return false;

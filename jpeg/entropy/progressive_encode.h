@@ -229,9 +229,9 @@ ZEQ_ENTROPY_INLINE ZeqStatus encodeACRefine(const int16_t* src, int ss, int se, 
     int blockBits = 0;
     int zeros = 0;
     auto flushBlockBits = [&]() {
-        const ZeqStatus status = buffer != nullptr
-                                     ? writeCorrectionBitsScalar(buffer + blockBitsAt, blockBits, out)
-                                     : StatusOk;
+        const ZeqStatus status =
+            buffer != nullptr ? writeCorrectionBitsScalar(buffer + blockBitsAt, blockBits, out)
+                              : StatusOk;
         blockBitsAt = 0;  // the run's bits are gone with the run
         blockBits = 0;
         return status;
@@ -271,9 +271,8 @@ ZEQ_ENTROPY_INLINE ZeqStatus encodeACRefine(const int16_t* src, int ss, int se, 
 // The same coders walking only the non-zero coefficients of the band, found
 // with vector masks (progressive_encode_sse2.cpp); same writes, same results.
 template <class Writer>
-ZeqStatus encodeACFirstSse2(const int16_t* src, int ss, int se, int al,
-                            const HuffmanEncodeSpec* ac, BandRun& run, int largestCategory,
-                            Writer& out);
+ZeqStatus encodeACFirstSse2(const int16_t* src, int ss, int se, int al, const HuffmanEncodeSpec* ac,
+                            BandRun& run, int largestCategory, Writer& out);
 template <class Writer>
 ZeqStatus encodeACRefineSse2(const int16_t* src, int ss, int se, int al,
                              const HuffmanEncodeSpec* ac, BandRun& run, Writer& out);

@@ -131,9 +131,8 @@ ZEQ_ENTROPY_INLINE ZeqStatus walkBand(const int16_t* src, int ss, int se, int al
 }
 
 template <class Writer>
-ZeqStatus encodeACFirstSse2(const int16_t* src, int ss, int se, int al,
-                            const HuffmanEncodeSpec* ac, BandRun& run, int largestCategory,
-                            Writer& out) {
+ZeqStatus encodeACFirstSse2(const int16_t* src, int ss, int se, int al, const HuffmanEncodeSpec* ac,
+                            BandRun& run, int largestCategory, Writer& out) {
     return walkBand(src, ss, se, al, ac, run, largestCategory, false, out);
 }
 
@@ -143,11 +142,11 @@ ZeqStatus encodeACRefineSse2(const int16_t* src, int ss, int se, int al,
     return walkBand(src, ss, se, al, ac, run, 0, true, out);
 }
 
-#define ZEQ_PROGRESSIVE_SSE2_INSTANCES(Writer)                                                \
-    template ZeqStatus encodeACFirstSse2(const int16_t*, int, int, int,                       \
-                                         const HuffmanEncodeSpec*, BandRun&, int, Writer&);   \
-    template ZeqStatus encodeACRefineSse2(const int16_t*, int, int, int,                      \
-                                          const HuffmanEncodeSpec*, BandRun&, Writer&);
+#define ZEQ_PROGRESSIVE_SSE2_INSTANCES(Writer)                                                     \
+    template ZeqStatus encodeACFirstSse2(const int16_t*, int, int, int, const HuffmanEncodeSpec*,  \
+                                         BandRun&, int, Writer&);                                  \
+    template ZeqStatus encodeACRefineSse2(const int16_t*, int, int, int, const HuffmanEncodeSpec*, \
+                                          BandRun&, Writer&);
 ZEQ_PROGRESSIVE_SSE2_INSTANCES(BoundedBitWriter)
 ZEQ_PROGRESSIVE_SSE2_INSTANCES(FastBitWriter)
 ZEQ_PROGRESSIVE_SSE2_INSTANCES(SymbolCounter)
@@ -179,8 +178,8 @@ ZEQ_ENTROPY_INLINE ZeqStatus codeBandIntoStream(const int16_t* src, uint8_t* dst
     if (int64_t{dstLen} - *dstPos >= int64_t{kWorstCaseProgressiveBytes} + kWordSlackBytes)
         return codeBand<kRefinement>(FastBitWriter(dst, *dstPos, state), dstPos, src, ss, se, al,
                                      ac, state);
-    return codeBand<kRefinement>(BoundedBitWriter(dst, dstLen, *dstPos, state), dstPos, src, ss,
-                                 se, al, ac, state);
+    return codeBand<kRefinement>(BoundedBitWriter(dst, dstLen, *dstPos, state), dstPos, src, ss, se,
+                                 al, ac, state);
 }
 
 }  // namespace
@@ -188,23 +187,21 @@ ZEQ_ENTROPY_INLINE ZeqStatus codeBandIntoStream(const int16_t* src, uint8_t* dst
 ZeqStatus encodeBandWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,
                               int ss, int se, int al, const HuffmanEncodeSpec* ac,
                               HuffmanEncodeState* state, bool refinement) {
-    return refinement
-               ? codeBandIntoStream<true>(src, dst, dstLen, dstPos, ss, se, al, ac, state)
-               : codeBandIntoStream<false>(src, dst, dstLen, dstPos, ss, se, al, ac, state);
+    return refinement ? codeBandIntoStream<true>(src, dst, dstLen, dstPos, ss, se, al, ac, state)
+                      : codeBandIntoStream<false>(src, dst, dstLen, dstPos, ss, se, al, ac, state);
 }
 
 namespace {
 
 template <bool kRefinement>
-__attribute__((noinline)) ZeqStatus countBand(const int16_t* src, int32_t* acCounts, int ss,
-                                              int se, int al, HuffmanEncodeState* state) {
+__attribute__((noinline)) ZeqStatus countBand(const int16_t* src, int32_t* acCounts, int ss, int se,
+                                              int al, HuffmanEncodeState* state) {
     BandRun run = loadBandRun(state, false);
     SymbolCounter counter;
     const HuffmanEncodeSpec* counts = tableOfCounts(acCounts);
-    const ZeqStatus status =
-        kRefinement ? walkACRefine(src, ss, se, al, counts, run, counter)
-                    : walkACFirst(src, ss, se, al, counts, run, kLargestACFirstCountedCategory,
-                                  counter);
+    const ZeqStatus status = kRefinement ? walkACRefine(src, ss, se, al, counts, run, counter)
+                                         : walkACFirst(src, ss, se, al, counts, run,
+                                                       kLargestACFirstCountedCategory, counter);
     storeBandRun(state, run);
     return status;
 }

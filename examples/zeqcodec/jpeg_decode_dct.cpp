@@ -241,6 +241,25 @@ bool walkScan(const uint8_t* data, size_t size, const JpegParsedScan& scan, cons
     const int32_t mcusY = lone ? first.scanBlocksHigh : layout.mcusY;
     const int32_t interval = scan.tables.restartInterval;
     int32_t untilRestart = interval, restarts = 0;
+    if (lone) {
+        // One block per MCU: the component's block grid in raster order.
+        const int32_t c = members[0].componentIndex;
+        for (int32_t my = 0; my < mcusY; ++my) {
+            for (int32_t mx = 0; mx < mcusX; ++mx) {
+                if (interval > 0 && untilRestart-- == 0) {
+                    if (!takeRestartMarker(reader.src, reader.size, reader.pos, reader.marker,
+                                           restarts++, reader.state))
+                        return fail(error, "a restart marker is missing or out of order");
+                    std::fill(std::begin(reader.lastDC), std::end(reader.lastDC), int16_t{0});
+                    untilRestart = interval - 1;
+                }
+                const ZeqStatus s = block(0, c, mx, my, reader);
+                if (s != StatusOk) return fail(error, statusText(s));
+            }
+            mcuRowDone(my);
+        }
+        return true;
+    }
     for (int32_t my = 0; my < mcusY; ++my) {
         for (int32_t mx = 0; mx < mcusX; ++mx) {
             if (interval > 0 && untilRestart-- == 0) {
@@ -480,27 +499,41 @@ bool decodeScanCoefficients(const uint8_t* data, size_t size, const JpegParsedSc
     const HuffmanDecodeSpec* const* ac = tables.acOf;
     const int32_t ss = h.ss, se = h.se, al = h.al;
     const bool refine = h.ah != 0;
-    return walkScan(
-        data, size, scan, layout,
-        [&](int32_t m, int32_t c, int32_t bx, int32_t by, ScanReader& r) -> ZeqStatus {
-            Component& k = layout.components[size_t(c)];
-            int16_t* b = k.coefficients.get() + (size_t(by) * k.blocksWide + bx) * 64;
-            if (!progressive)
-                return zeqiDecodeHuffman8x8_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.lastDC[m],
-                                                          &r.marker, dc[m], ac[m], r.state.get());
-            if (ss == 0 && !refine)
-                return zeqiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(
-                    r.src, r.size, &r.pos, b, &r.lastDC[m], &r.marker, al, dc[m], r.state.get());
-            if (ss == 0)
-                return zeqiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(r.src, r.size, &r.pos, b,
-                                                                   &r.marker, al, r.state.get());
-            if (!refine)
-                return zeqiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(
-                    r.src, r.size, &r.pos, b, &r.marker, ss, se, al, ac[m], r.state.get());
-            return zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.marker,
-                                                               ss, se, al, ac[m], r.state.get());
-        },
-        [](int32_t) {}, error);
+    // One walk per kind of scan, so no block chooses its decoder.
+    auto walk = [&](auto decodeBlock) {
+        return walkScan(
+            data, size, scan, layout,
+            [&](int32_t m, int32_t c, int32_t bx, int32_t by, ScanReader& r) -> ZeqStatus {
+                Component& k = layout.components[size_t(c)];
+                return decodeBlock(m, k.coefficients.get() + (size_t(by) * k.blocksWide + bx) * 64,
+                                   r);
+            },
+            [](int32_t) {}, error);
+    };
+    if (!progressive)
+        return walk([&](int32_t m, int16_t* b, ScanReader& r) {
+            return zeqiDecodeHuffman8x8_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.lastDC[m],
+                                                      &r.marker, dc[m], ac[m], r.state.get());
+        });
+    if (ss == 0 && !refine)
+        return walk([&](int32_t m, int16_t* b, ScanReader& r) {
+            return zeqiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(
+                r.src, r.size, &r.pos, b, &r.lastDC[m], &r.marker, al, dc[m], r.state.get());
+        });
+    if (ss == 0)
+        return walk([&](int32_t, int16_t* b, ScanReader& r) {
+            return zeqiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.marker,
+                                                               al, r.state.get());
+        });
+    if (!refine)
+        return walk([&](int32_t m, int16_t* b, ScanReader& r) {
+            return zeqiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.marker,
+                                                              ss, se, al, ac[m], r.state.get());
+        });
+    return walk([&](int32_t m, int16_t* b, ScanReader& r) {
+        return zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.marker, ss,
+                                                           se, al, ac[m], r.state.get());
+    });
 }
 
 void reconstructStored(Layout& layout, OutputWriter& writer, Progress& progress) {

@@ -112,6 +112,55 @@ ZEQ_ENTROPY_INLINE ZeqStatus walkACRefine(const int16_t* src, int ss, int se, in
     return StatusOk;
 }
 
+// Set bits of x (no population-count instruction in the base instruction set).
+ZEQ_ENTROPY_INLINE int bitCount(uint64_t x) {
+    x -= (x >> 1) & 0x5555555555555555ull;
+    x = (x & 0x3333333333333333ull) + ((x >> 2) & 0x3333333333333333ull);
+    x = (x + (x >> 4)) & 0x0F0F0F0F0F0F0F0Full;
+    return static_cast<int>((x * 0x0101010101010101ull) >> 56);
+}
+
+// Bits lo..hi (none when hi < lo), 0 <= lo <= 64, hi <= 63.
+ZEQ_ENTROPY_INLINE uint64_t bitsBetween(int lo, int hi) {
+    return hi < lo ? 0 : (~uint64_t{0} >> (kBlockSize - 1 - hi)) & (~uint64_t{0} << lo);
+}
+
+// The refinement statistics without a walk over the coefficients: between
+// two newly significant coefficients the zeros are the positions that are
+// not significant, so each new coefficient counts its ZRLs (a run of Z zeros
+// gives Z / 16 of them, wherever the coder emits them) and its run/1 symbol
+// from a count of mask bits; the correction bits of the block are those of
+// the coefficients behind the last new one. The run's symbol is counted
+// where the walk would first count it, before anything else of the block.
+ZEQ_ENTROPY_INLINE ZeqStatus countACRefine(const int16_t* src, int ss, int se, int al,
+                                           const HuffmanEncodeSpec* counts, BandRun& run) {
+    SymbolCounter counter;
+    const uint64_t band = bandMask(ss, se);
+    const ZigzagMasks masks = zigzagMasks(src, al);
+    const uint64_t fresh = masks.one & band;
+    const uint64_t old = masks.nonZero & band & ~masks.one;
+    int32_t* const table = const_cast<int32_t*>(reinterpret_cast<const int32_t*>(counts));
+    int lastNew = ss - 1;
+    if (fresh != 0) {
+        if (ZeqStatus status = emitEobRun(run, counts, counter, true)) return status;
+        for (uint64_t pending = fresh; pending != 0; pending &= pending - 1) {
+            const int k = __builtin_ctzll(pending);
+            const int zeros = k - (lastNew + 1) - bitCount(old & bitsBetween(lastNew + 1, k - 1));
+            table[kZeroRunSymbol] = static_cast<int32_t>(
+                static_cast<uint32_t>(table[kZeroRunSymbol]) + static_cast<uint32_t>(zeros >> 4));
+            counter.symbol(counts, ((zeros & kLongestRun) << 4) + 1);
+            lastNew = k;
+        }
+    }
+    if (lastNew < se) {
+        ++run.eobRun;
+        run.correctionCount += bitCount(old & bitsBetween(lastNew + 1, se));
+        if (run.eobRun >= kLongestEobRun || run.correctionCount > kCorrectionBitsLimit)
+            return emitEobRun(run, counts, counter, true);
+    }
+    return StatusOk;
+}
+
 }  // namespace
 
 // The writer and the run work as local copies: their fields stay in
@@ -199,7 +248,7 @@ __attribute__((noinline)) ZeqStatus countBand(const int16_t* src, int32_t* acCou
     BandRun run = loadBandRun(state, false);
     SymbolCounter counter;
     const HuffmanEncodeSpec* counts = tableOfCounts(acCounts);
-    const ZeqStatus status = kRefinement ? walkACRefine(src, ss, se, al, counts, run, counter)
+    const ZeqStatus status = kRefinement ? countACRefine(src, ss, se, al, counts, run)
                                          : walkACFirst(src, ss, se, al, counts, run,
                                                        kLargestACFirstCountedCategory, counter);
     storeBandRun(state, run);

@@ -536,6 +536,64 @@ bool decodeScanCoefficients(const uint8_t* data, size_t size, const JpegParsedSc
     });
 }
 
+// The AC scans of one component in a progressive file, decoded together:
+// one walk over the component's blocks takes each block through all of
+// them in file order, each scan with its own reader, tables and restart
+// count. A block's scans still come in file order, and no other scan
+// touches its AC coefficients (DC scans change coefficient 0 only), so the
+// coefficients are those of decoding the scans one after the other, while
+// every block is loaded once rather than once per scan.
+bool decodeComponentScans(const uint8_t* data, size_t size,
+                          const std::vector<const JpegParsedScan*>& scans, int32_t c,
+                          Layout& layout, std::string* error) {
+    struct Pass {
+        ScanTables tables;
+        ScanReader reader;
+        int32_t ss = 1, se = 63, al = 0;
+        bool refine = false;
+        int32_t interval = 0, untilRestart = 0, restarts = 0;
+    };
+    const size_t n = scans.size();
+    std::unique_ptr<Pass[]> passes(new Pass[n]);
+    for (size_t i = 0; i < n; ++i) {
+        const JpegParsedScan& scan = *scans[i];
+        Pass& p = passes[i];
+        if (!p.tables.build(scan, error)) return false;
+        p.reader.src = data + scan.dataOffset;
+        p.reader.size = int32_t(std::min<size_t>(size - scan.dataOffset, INT32_MAX));
+        p.ss = scan.header.ss;
+        p.se = scan.header.se;
+        p.al = scan.header.al;
+        p.refine = scan.header.ah != 0;
+        p.interval = p.untilRestart = scan.tables.restartInterval;
+    }
+    Component& k = layout.components[size_t(c)];
+    for (int32_t by = 0; by < k.scanBlocksHigh; ++by) {
+        int16_t* row = k.coefficients.get() + size_t(by) * size_t(k.blocksWide) * 64;
+        for (int32_t bx = 0; bx < k.scanBlocksWide; ++bx) {
+            int16_t* b = row + size_t(bx) * 64;
+            for (size_t i = 0; i < n; ++i) {
+                Pass& p = passes[i];
+                ScanReader& r = p.reader;
+                if (p.interval > 0 && p.untilRestart-- == 0) {
+                    if (!takeRestartMarker(r.src, r.size, r.pos, r.marker, p.restarts++, r.state))
+                        return fail(error, "a restart marker is missing or out of order");
+                    p.untilRestart = p.interval - 1;
+                }
+                const HuffmanDecodeSpec* ac = p.tables.acOf[0];
+                const ZeqStatus s = p.refine ? zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(
+                                                   r.src, r.size, &r.pos, b, &r.marker, p.ss, p.se,
+                                                   p.al, ac, r.state.get())
+                                             : zeqiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(
+                                                   r.src, r.size, &r.pos, b, &r.marker, p.ss, p.se,
+                                                   p.al, ac, r.state.get());
+                if (s != StatusOk) return fail(error, statusText(s));
+            }
+        }
+    }
+    return true;
+}
+
 void reconstructStored(Layout& layout, OutputWriter& writer, Progress& progress) {
     PlaneSet& planes = layout.planes;
     const int32_t step = planes.step;
@@ -593,9 +651,27 @@ bool decodeDct(const uint8_t* data, size_t size, const JpegParsedFile& file,
             std::calloc(size_t(k.blocksWide) * size_t(k.blocksHigh) * 64, sizeof(int16_t))));
         if (!k.coefficients) throw std::bad_alloc();
     }
-    for (const JpegParsedScan& scan : file.scans) {
-        if (!setQuant(scan, frame, layout, error)) return false;
-        if (!decodeScanCoefficients(data, size, scan, progressive, layout, error)) return false;
+    if (progressive) {
+        // DC scans one after the other, then the AC scans of each component
+        // together.
+        std::vector<std::vector<const JpegParsedScan*>> acScans(layout.components.size());
+        for (const JpegParsedScan& scan : file.scans) {
+            if (!setQuant(scan, frame, layout, error)) return false;
+            if (scan.header.ss > 0) {
+                acScans[size_t(scan.header.components[0].componentIndex)].push_back(&scan);
+                continue;
+            }
+            if (!decodeScanCoefficients(data, size, scan, progressive, layout, error)) return false;
+        }
+        for (size_t c = 0; c < acScans.size(); ++c)
+            if (!acScans[c].empty() &&
+                !decodeComponentScans(data, size, acScans[c], int32_t(c), layout, error))
+                return false;
+    } else {
+        for (const JpegParsedScan& scan : file.scans) {
+            if (!setQuant(scan, frame, layout, error)) return false;
+            if (!decodeScanCoefficients(data, size, scan, progressive, layout, error)) return false;
+        }
     }
     for (size_t c = 0; c < layout.components.size(); ++c)
         if (!layout.components[c].quantSet)

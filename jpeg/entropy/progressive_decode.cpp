@@ -101,8 +101,9 @@ ZeqStatus decodeDCFirstWithState(const uint8_t* src, int32_t srcLen, int32_t* sr
     return status;
 }
 
-ZeqStatus decodeDCRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
-                                  int32_t* marker, int al, HuffmanDecodeState* state) {
+ZeqStatus decodeDCRefineWithStateScalar(const uint8_t* src, int32_t srcLen, int32_t* srcPos,
+                                        int16_t* dst, int32_t* marker, int al,
+                                        HuffmanDecodeState* state) {
     StreamBitReader in = openStream(src, srcLen, srcPos, marker, state);
     const ZeqStatus status = in.ensure(1);
     if (status == StatusOk && in.take(1) != 0) dst[0] = static_cast<int16_t>(dst[0] | (1 << al));
@@ -110,9 +111,25 @@ ZeqStatus decodeDCRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* s
     return status;
 }
 
-ZeqStatus decodeBandWithStateScalar(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
-                              int32_t* marker, int ss, int se, int al, const HuffmanDecodeSpec* ac,
-                              HuffmanDecodeState* state, bool refinement) {
+ZeqStatus decodeDCRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
+                                  int32_t* marker, int al, HuffmanDecodeState* state) {
+    const BitPosition held = loadBitPosition(state);
+    if (held.count >= 1) {
+        // The bit is in the state already: nothing is read, and the state's
+        // bits are handed back as a reader hands them (32 bits, at most 32).
+        const int32_t count = held.count > kReadAheadBits ? kReadAheadBits : held.count;
+        const uint32_t buffer = static_cast<uint32_t>(held.buffer);
+        storeBitPosition(state, {buffer, count - 1});
+        if (((buffer >> (count - 1)) & 1) != 0) dst[0] = static_cast<int16_t>(dst[0] | (1 << al));
+        return StatusOk;
+    }
+    return decodeDCRefineWithStateScalar(src, srcLen, srcPos, dst, marker, al, state);
+}
+
+ZeqStatus decodeBandWithStateScalar(const uint8_t* src, int32_t srcLen, int32_t* srcPos,
+                                    int16_t* dst, int32_t* marker, int ss, int se, int al,
+                                    const HuffmanDecodeSpec* ac, HuffmanDecodeState* state,
+                                    bool refinement) {
     StreamBitReader in = openStream(src, srcLen, srcPos, marker, state);
     int32_t eobRun = loadField<int32_t>(state, kDecodeEobRunAt);
     const ZeqStatus status = refinement ? decodeACRefine(in, dst, ss, se, al, ac, &eobRun)

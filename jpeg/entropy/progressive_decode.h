@@ -47,6 +47,11 @@ ZEQ_ENTROPY_INLINE ZeqStatus correct(Reader& in, int16_t* coefficient, int32_t p
 ZeqStatus decodeDCFirstWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
                                  int16_t* lastDC, int32_t* marker, int al,
                                  const HuffmanDecodeSpec* dc, HuffmanDecodeState* state);
+// The refinement bit through the reader (the reference), and the same
+// taking it straight from the state when the state holds one.
+ZeqStatus decodeDCRefineWithStateScalar(const uint8_t* src, int32_t srcLen, int32_t* srcPos,
+                                        int16_t* dst, int32_t* marker, int al,
+                                        HuffmanDecodeState* state);
 ZeqStatus decodeDCRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
                                   int32_t* marker, int al, HuffmanDecodeState* state);
 // The band of one block in an AC first scan, or in an AC refinement scan:

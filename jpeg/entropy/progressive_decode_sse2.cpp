@@ -104,7 +104,7 @@ ZEQ_ENTROPY_INLINE ZeqStatus decodeACRefineFast(Reader& in, ReaderBits& b, int16
                                                 int se, int al, const HuffmanDecodeSpec* ac,
                                                 int32_t* eobRun) {
     const int32_t p1 = int32_t{1} << al;
-    const uint64_t nonZero = zigzagMasks<false>(dst, 0).nonZero & bandMask(ss, se);
+    const uint64_t nonZero = zigzagNonZeroMask(dst) & bandMask(ss, se);
     int k = ss;
     if (*eobRun <= 0) {
         for (; k <= se; ++k) {

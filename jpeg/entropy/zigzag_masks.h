@@ -93,6 +93,22 @@ ZEQ_ENTROPY_INLINE ZigzagMasks zigzagMasks(const int16_t* block, int al) {
     return {zigzagOfNaturalMask(~zeroBits), kOnes ? zigzagOfNaturalMask(oneBits) : 0};
 }
 
+// Bit k set where the coefficient at zigzag index k is not 0.
+ZEQ_ENTROPY_INLINE uint64_t zigzagNonZeroMask(const int16_t* block) {
+    const __m128i zero = _mm_setzero_si128();
+    uint64_t zeroBits = 0;
+    for (int row = 0; row < kBlockRowLength; row += 2) {
+        const __m128i a =
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + row * kBlockRowLength));
+        const __m128i b =
+            _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + (row + 1) * kBlockRowLength));
+        const uint64_t zeros = static_cast<uint32_t>(
+            _mm_movemask_epi8(_mm_packs_epi16(_mm_cmpeq_epi16(a, zero), _mm_cmpeq_epi16(b, zero))));
+        zeroBits |= zeros << (8 * row);
+    }
+    return zigzagOfNaturalMask(~zeroBits);
+}
+
 }  // namespace zeq
 
 #endif  // ZEQ_JPEG_ENTROPY_ZIGZAG_MASKS_H

@@ -69,6 +69,7 @@ TEST(ZigzagMasks, VectorMasksMatchTheScalarWalkOnEveryShiftAndExtreme) {
         ASSERT_EQ(vector.nonZero, scalar.nonZero) << "al " << al;
         ASSERT_EQ(vector.one, scalar.one) << "al " << al;
         ASSERT_EQ(zeq::zigzagMasks<false>(b.data(), al).nonZero, scalar.nonZero);
+        ASSERT_EQ(zeq::zigzagNonZeroMask(b.data()), zeq::zigzagMasksScalar(b.data(), 0).nonZero);
     }
 }
 
@@ -344,8 +345,10 @@ TEST(ProgressiveFastPaths, BandDecodersMatchTheScalarWalks) {
             }
 }
 
-// A damaged record: a run or a bit count outside what a decoder leaves.
-TEST(ProgressiveFastPaths, DecodersHandBackDamagedRecordsAsTheScalarWalkDoes) {
+// Records as callers hand them, damaged ones included (a run or a bit count
+// outside what a decoder leaves): the band decoders and the DC refinement,
+// which takes a bit the state holds without a reader.
+TEST(ProgressiveFastPaths, DecodersHandBackRecordsAsTheScalarWalkDoes) {
     const DecodeSpecBuffer table = decodeSpec(everySymbolTable());
     auto& rng = seededRng(105);
     Bytes stream(256);
@@ -364,6 +367,18 @@ TEST(ProgressiveFastPaths, DecodersHandBackDamagedRecordsAsTheScalarWalkDoes) {
         Block scalarBlock = randomBlock(rng, al), fastBlock = scalarBlock;
         int32_t scalarPos = uniform<int32_t>(rng, 0, 100), fastPos = scalarPos;
         int32_t scalarMarker = n % 5 == 0 ? 0xD0 : 0, fastMarker = scalarMarker;
+        if (n % 3 == 0) {
+            const ZeqStatus expected = zeq::decodeDCRefineWithStateScalar(
+                stream.data(), 200, &scalarPos, scalarBlock.data(), &scalarMarker, al,
+                scalarState.get());
+            const ZeqStatus actual = zeqiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(
+                stream.data(), 200, &fastPos, fastBlock.data(), &fastMarker, al, fastState.get());
+            ASSERT_EQ(actual, expected) << n;
+            ASSERT_EQ(fastPos, scalarPos) << n;
+            ASSERT_EQ(fastState.bytes, scalarState.bytes) << n;
+            ASSERT_EQ(fastBlock, scalarBlock) << n;
+            continue;
+        }
         const ZeqStatus expected = zeq::decodeBandWithStateScalar(
             stream.data(), 200, &scalarPos, scalarBlock.data(), &scalarMarker, band.ss, band.se, al,
             table.get(), scalarState.get(), refine);

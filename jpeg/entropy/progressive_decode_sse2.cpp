@@ -17,15 +17,15 @@ namespace {
 using Reader = StreamBitReader;
 
 // The contract's ensure(n) on the bits in registers: a select when the
-// bytes are ahead, the reader's own fill otherwise.
-__attribute__((noinline)) ZeqStatus ensureByReader(Reader& in, ReaderBits& b, int n) {
+// bytes are ahead, the reader's own fill otherwise (the bits go through the
+// reader by value, so their address never escapes and they stay in
+// registers).
+ZEQ_ENTROPY_INLINE ZeqStatus ensureBits(Reader& in, ReaderBits& b, int n) {
+    if (Reader::fillFromAhead(b, n)) return StatusOk;
     in.setBits(b);
     const ZeqStatus status = in.ensure(n);
     b = in.bits();
     return status;
-}
-ZEQ_ENTROPY_INLINE ZeqStatus ensureBits(Reader& in, ReaderBits& b, int n) {
-    return Reader::fillFromAhead(b, n) ? StatusOk : ensureByReader(in, b, n);
 }
 
 // The next symbol, with the window topped up first so that a whole step

@@ -224,6 +224,21 @@ struct ScanReader {
     int16_t lastDC[4] = {};
 };
 
+// Counts a scan's MCUs down to its restart markers.
+struct RestartCount {
+    explicit RestartCount(int32_t mcus) : interval(mcus), untilRestart(mcus) {}
+    // Before each MCU: when a restart is due, takes its marker and resets
+    // the reader and the DC predictions. False when the marker is not there.
+    bool beforeMcu(ScanReader& r) {
+        if (interval <= 0 || untilRestart-- != 0) return true;
+        untilRestart = interval - 1;
+        std::fill(std::begin(r.lastDC), std::end(r.lastDC), int16_t{0});
+        return takeRestartMarker(r.src, r.size, r.pos, r.marker, restarts++, r.state);
+    }
+    int32_t interval, untilRestart, restarts = 0;
+};
+constexpr const char* kMissingRestart = "a restart marker is missing or out of order";
+
 // Calls block(member, component, blockX, blockY, reader) for every block of
 // the scan in coding order, handling restart markers, and mcuRowDone(row)
 // after each row of MCUs.
@@ -239,20 +254,13 @@ bool walkScan(const uint8_t* data, size_t size, const JpegParsedScan& scan, cons
     const Component& first = layout.components[members[0].componentIndex];
     const int32_t mcusX = lone ? first.scanBlocksWide : layout.mcusX;
     const int32_t mcusY = lone ? first.scanBlocksHigh : layout.mcusY;
-    const int32_t interval = scan.tables.restartInterval;
-    int32_t untilRestart = interval, restarts = 0;
+    RestartCount restart(scan.tables.restartInterval);
     if (lone) {
         // One block per MCU: the component's block grid in raster order.
         const int32_t c = members[0].componentIndex;
         for (int32_t my = 0; my < mcusY; ++my) {
             for (int32_t mx = 0; mx < mcusX; ++mx) {
-                if (interval > 0 && untilRestart-- == 0) {
-                    if (!takeRestartMarker(reader.src, reader.size, reader.pos, reader.marker,
-                                           restarts++, reader.state))
-                        return fail(error, "a restart marker is missing or out of order");
-                    std::fill(std::begin(reader.lastDC), std::end(reader.lastDC), int16_t{0});
-                    untilRestart = interval - 1;
-                }
+                if (!restart.beforeMcu(reader)) return fail(error, kMissingRestart);
                 const ZeqStatus s = block(0, c, mx, my, reader);
                 if (s != StatusOk) return fail(error, statusText(s));
             }
@@ -262,13 +270,7 @@ bool walkScan(const uint8_t* data, size_t size, const JpegParsedScan& scan, cons
     }
     for (int32_t my = 0; my < mcusY; ++my) {
         for (int32_t mx = 0; mx < mcusX; ++mx) {
-            if (interval > 0 && untilRestart-- == 0) {
-                if (!takeRestartMarker(reader.src, reader.size, reader.pos, reader.marker,
-                                       restarts++, reader.state))
-                    return fail(error, "a restart marker is missing or out of order");
-                std::fill(std::begin(reader.lastDC), std::end(reader.lastDC), int16_t{0});
-                untilRestart = interval - 1;
-            }
+            if (!restart.beforeMcu(reader)) return fail(error, kMissingRestart);
             for (size_t m = 0; m < members.size(); ++m) {
                 const int32_t c = members[m].componentIndex;
                 const Component& k = layout.components[size_t(c)];
@@ -551,7 +553,7 @@ bool decodeComponentScans(const uint8_t* data, size_t size,
         ScanReader reader;
         int32_t ss = 1, se = 63, al = 0;
         bool refine = false;
-        int32_t interval = 0, untilRestart = 0, restarts = 0;
+        RestartCount restart{0};
     };
     const size_t n = scans.size();
     std::unique_ptr<Pass[]> passes(new Pass[n]);
@@ -565,7 +567,7 @@ bool decodeComponentScans(const uint8_t* data, size_t size,
         p.se = scan.header.se;
         p.al = scan.header.al;
         p.refine = scan.header.ah != 0;
-        p.interval = p.untilRestart = scan.tables.restartInterval;
+        p.restart = RestartCount(scan.tables.restartInterval);
     }
     Component& k = layout.components[size_t(c)];
     for (int32_t by = 0; by < k.scanBlocksHigh; ++by) {
@@ -575,11 +577,7 @@ bool decodeComponentScans(const uint8_t* data, size_t size,
             for (size_t i = 0; i < n; ++i) {
                 Pass& p = passes[i];
                 ScanReader& r = p.reader;
-                if (p.interval > 0 && p.untilRestart-- == 0) {
-                    if (!takeRestartMarker(r.src, r.size, r.pos, r.marker, p.restarts++, r.state))
-                        return fail(error, "a restart marker is missing or out of order");
-                    p.untilRestart = p.interval - 1;
-                }
+                if (!p.restart.beforeMcu(r)) return fail(error, kMissingRestart);
                 const HuffmanDecodeSpec* ac = p.tables.acOf[0];
                 const ZeqStatus s = p.refine ? zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(
                                                    r.src, r.size, &r.pos, b, &r.marker, p.ss, p.se,

@@ -132,9 +132,10 @@ inline uint32_t correctionBitsOfSixteen(const uint8_t* bits) {
     return (uint32_t{kReversed[firstAtBottom & 0xFF]} << 8) | kReversed[firstAtBottom >> 8];
 }
 
-// The same writes as the scalar form, sixteen bits gathered at once. The
-// loads stay inside the 1024-byte buffer: a run never buffers more than 1023
-// bits, so the last piece starts at byte 1008 at most.
+// The same writes as the scalar form, sixteen bits gathered at once, for
+// the run's bits at the start of the state's 1024-byte buffer. The loads stay
+// inside it: a run never buffers more than 1023 bits, so the last piece
+// starts at byte 1008 at most.
 template <class Writer>
 ZEQ_ENTROPY_INLINE ZeqStatus writeCorrectionBits(const uint8_t* bits, int count, Writer& out) {
     static_assert(kCorrectionBitsCapacity % kCorrectionBitsPerWrite == 0);

@@ -269,14 +269,9 @@ ZEQ_ENTROPY_INLINE ZeqStatus encodeACRefine(const int16_t* src, int ss, int se, 
     return StatusOk;
 }
 
-// The same coders walking only the non-zero coefficients of the band, found
-// with vector masks (progressive_encode_sse2.cpp); same writes, same results.
-template <class Writer>
-ZeqStatus encodeACFirstSse2(const int16_t* src, int ss, int se, int al, const HuffmanEncodeSpec* ac,
-                            BandRun& run, int largestCategory, Writer& out);
-template <class Writer>
-ZeqStatus encodeACRefineSse2(const int16_t* src, int ss, int se, int al,
-                             const HuffmanEncodeSpec* ac, BandRun& run, Writer& out);
+// The exported AC coders and statistics run the same coders walking only
+// the non-zero coefficients of the band, found with vector masks
+// (progressive_encode_sse2.cpp); same writes, same results.
 
 // The exported operations on the caller's stream and state.
 ZeqStatus encodeDCFirstWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,

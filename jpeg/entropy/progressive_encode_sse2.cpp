@@ -161,48 +161,6 @@ ZEQ_ENTROPY_INLINE ZeqStatus countACRefine(const int16_t* src, int ss, int se, i
     return StatusOk;
 }
 
-}  // namespace
-
-// The writer and the run work as local copies: their fields stay in
-// registers.
-template <class Writer>
-ZEQ_ENTROPY_INLINE ZeqStatus walkBand(const int16_t* src, int ss, int se, int al,
-                                      const HuffmanEncodeSpec* ac, BandRun& run,
-                                      int largestCategory, bool refinement, Writer& out) {
-    Writer writer = out;
-    BandRun local = run;
-    const ZeqStatus status = refinement
-                                 ? walkACRefine(src, ss, se, al, ac, local, writer)
-                                 : walkACFirst(src, ss, se, al, ac, local, largestCategory, writer);
-    out = writer;
-    run = local;
-    return status;
-}
-
-template <class Writer>
-ZeqStatus encodeACFirstSse2(const int16_t* src, int ss, int se, int al, const HuffmanEncodeSpec* ac,
-                            BandRun& run, int largestCategory, Writer& out) {
-    return walkBand(src, ss, se, al, ac, run, largestCategory, false, out);
-}
-
-template <class Writer>
-ZeqStatus encodeACRefineSse2(const int16_t* src, int ss, int se, int al,
-                             const HuffmanEncodeSpec* ac, BandRun& run, Writer& out) {
-    return walkBand(src, ss, se, al, ac, run, 0, true, out);
-}
-
-#define ZEQ_PROGRESSIVE_SSE2_INSTANCES(Writer)                                                     \
-    template ZeqStatus encodeACFirstSse2(const int16_t*, int, int, int, const HuffmanEncodeSpec*,  \
-                                         BandRun&, int, Writer&);                                  \
-    template ZeqStatus encodeACRefineSse2(const int16_t*, int, int, int, const HuffmanEncodeSpec*, \
-                                          BandRun&, Writer&);
-ZEQ_PROGRESSIVE_SSE2_INSTANCES(BoundedBitWriter)
-ZEQ_PROGRESSIVE_SSE2_INSTANCES(FastBitWriter)
-ZEQ_PROGRESSIVE_SSE2_INSTANCES(SymbolCounter)
-#undef ZEQ_PROGRESSIVE_SSE2_INSTANCES
-
-namespace {
-
 // One block's band on the caller's stream, with the writer made for it; a
 // function of its own for every writer and pass, so each keeps its loop tight.
 template <bool kRefinement, class Writer>

@@ -224,6 +224,21 @@ struct ScanReader {
     int16_t lastDC[4] = {};
 };
 
+// Counts a scan's MCUs down to its restart markers.
+struct RestartCount {
+    explicit RestartCount(int32_t mcus) : interval(mcus), untilRestart(mcus) {}
+    // Before each MCU: when a restart is due, takes its marker and resets
+    // the reader and the DC predictions. False when the marker is not there.
+    bool beforeMcu(ScanReader& r) {
+        if (interval <= 0 || untilRestart-- != 0) return true;
+        untilRestart = interval - 1;
+        std::fill(std::begin(r.lastDC), std::end(r.lastDC), int16_t{0});
+        return takeRestartMarker(r.src, r.size, r.pos, r.marker, restarts++, r.state);
+    }
+    int32_t interval, untilRestart, restarts = 0;
+};
+constexpr const char* kMissingRestart = "a restart marker is missing or out of order";
+
 // Calls block(member, component, blockX, blockY, reader) for every block of
 // the scan in coding order, handling restart markers, and mcuRowDone(row)
 // after each row of MCUs.
@@ -239,17 +254,23 @@ bool walkScan(const uint8_t* data, size_t size, const JpegParsedScan& scan, cons
     const Component& first = layout.components[members[0].componentIndex];
     const int32_t mcusX = lone ? first.scanBlocksWide : layout.mcusX;
     const int32_t mcusY = lone ? first.scanBlocksHigh : layout.mcusY;
-    const int32_t interval = scan.tables.restartInterval;
-    int32_t untilRestart = interval, restarts = 0;
+    RestartCount restart(scan.tables.restartInterval);
+    if (lone) {
+        // One block per MCU: the component's block grid in raster order.
+        const int32_t c = members[0].componentIndex;
+        for (int32_t my = 0; my < mcusY; ++my) {
+            for (int32_t mx = 0; mx < mcusX; ++mx) {
+                if (!restart.beforeMcu(reader)) return fail(error, kMissingRestart);
+                const ZeqStatus s = block(0, c, mx, my, reader);
+                if (s != StatusOk) return fail(error, statusText(s));
+            }
+            mcuRowDone(my);
+        }
+        return true;
+    }
     for (int32_t my = 0; my < mcusY; ++my) {
         for (int32_t mx = 0; mx < mcusX; ++mx) {
-            if (interval > 0 && untilRestart-- == 0) {
-                if (!takeRestartMarker(reader.src, reader.size, reader.pos, reader.marker,
-                                       restarts++, reader.state))
-                    return fail(error, "a restart marker is missing or out of order");
-                std::fill(std::begin(reader.lastDC), std::end(reader.lastDC), int16_t{0});
-                untilRestart = interval - 1;
-            }
+            if (!restart.beforeMcu(reader)) return fail(error, kMissingRestart);
             for (size_t m = 0; m < members.size(); ++m) {
                 const int32_t c = members[m].componentIndex;
                 const Component& k = layout.components[size_t(c)];
@@ -480,27 +501,95 @@ bool decodeScanCoefficients(const uint8_t* data, size_t size, const JpegParsedSc
     const HuffmanDecodeSpec* const* ac = tables.acOf;
     const int32_t ss = h.ss, se = h.se, al = h.al;
     const bool refine = h.ah != 0;
-    return walkScan(
-        data, size, scan, layout,
-        [&](int32_t m, int32_t c, int32_t bx, int32_t by, ScanReader& r) -> ZeqStatus {
-            Component& k = layout.components[size_t(c)];
-            int16_t* b = k.coefficients.get() + (size_t(by) * k.blocksWide + bx) * 64;
-            if (!progressive)
-                return zeqiDecodeHuffman8x8_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.lastDC[m],
-                                                          &r.marker, dc[m], ac[m], r.state.get());
-            if (ss == 0 && !refine)
-                return zeqiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(
-                    r.src, r.size, &r.pos, b, &r.lastDC[m], &r.marker, al, dc[m], r.state.get());
-            if (ss == 0)
-                return zeqiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(r.src, r.size, &r.pos, b,
-                                                                   &r.marker, al, r.state.get());
-            if (!refine)
-                return zeqiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(
-                    r.src, r.size, &r.pos, b, &r.marker, ss, se, al, ac[m], r.state.get());
-            return zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.marker,
-                                                               ss, se, al, ac[m], r.state.get());
-        },
-        [](int32_t) {}, error);
+    // One walk per kind of scan, so no block chooses its decoder.
+    auto walk = [&](auto decodeBlock) {
+        return walkScan(
+            data, size, scan, layout,
+            [&](int32_t m, int32_t c, int32_t bx, int32_t by, ScanReader& r) -> ZeqStatus {
+                Component& k = layout.components[size_t(c)];
+                return decodeBlock(m, k.coefficients.get() + (size_t(by) * k.blocksWide + bx) * 64,
+                                   r);
+            },
+            [](int32_t) {}, error);
+    };
+    if (!progressive)
+        return walk([&](int32_t m, int16_t* b, ScanReader& r) {
+            return zeqiDecodeHuffman8x8_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.lastDC[m],
+                                                      &r.marker, dc[m], ac[m], r.state.get());
+        });
+    if (ss == 0 && !refine)
+        return walk([&](int32_t m, int16_t* b, ScanReader& r) {
+            return zeqiDecodeHuffman8x8_DCFirst_JPEG_1u16s_C1(
+                r.src, r.size, &r.pos, b, &r.lastDC[m], &r.marker, al, dc[m], r.state.get());
+        });
+    if (ss == 0)
+        return walk([&](int32_t, int16_t* b, ScanReader& r) {
+            return zeqiDecodeHuffman8x8_DCRefine_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.marker,
+                                                               al, r.state.get());
+        });
+    if (!refine)
+        return walk([&](int32_t m, int16_t* b, ScanReader& r) {
+            return zeqiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.marker,
+                                                              ss, se, al, ac[m], r.state.get());
+        });
+    return walk([&](int32_t m, int16_t* b, ScanReader& r) {
+        return zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(r.src, r.size, &r.pos, b, &r.marker, ss,
+                                                           se, al, ac[m], r.state.get());
+    });
+}
+
+// The AC scans of one component in a progressive file, decoded together:
+// one walk over the component's blocks takes each block through all of
+// them in file order, each scan with its own reader, tables and restart
+// count. A block's scans still come in file order, and no other scan
+// touches its AC coefficients (DC scans change coefficient 0 only), so the
+// coefficients are those of decoding the scans one after the other, while
+// every block is loaded once rather than once per scan.
+bool decodeComponentScans(const uint8_t* data, size_t size,
+                          const std::vector<const JpegParsedScan*>& scans, int32_t c,
+                          Layout& layout, std::string* error) {
+    struct Pass {
+        ScanTables tables;
+        ScanReader reader;
+        int32_t ss = 1, se = 63, al = 0;
+        bool refine = false;
+        RestartCount restart{0};
+    };
+    const size_t n = scans.size();
+    std::unique_ptr<Pass[]> passes(new Pass[n]);
+    for (size_t i = 0; i < n; ++i) {
+        const JpegParsedScan& scan = *scans[i];
+        Pass& p = passes[i];
+        if (!p.tables.build(scan, error)) return false;
+        p.reader.src = data + scan.dataOffset;
+        p.reader.size = int32_t(std::min<size_t>(size - scan.dataOffset, INT32_MAX));
+        p.ss = scan.header.ss;
+        p.se = scan.header.se;
+        p.al = scan.header.al;
+        p.refine = scan.header.ah != 0;
+        p.restart = RestartCount(scan.tables.restartInterval);
+    }
+    Component& k = layout.components[size_t(c)];
+    for (int32_t by = 0; by < k.scanBlocksHigh; ++by) {
+        int16_t* row = k.coefficients.get() + size_t(by) * size_t(k.blocksWide) * 64;
+        for (int32_t bx = 0; bx < k.scanBlocksWide; ++bx) {
+            int16_t* b = row + size_t(bx) * 64;
+            for (size_t i = 0; i < n; ++i) {
+                Pass& p = passes[i];
+                ScanReader& r = p.reader;
+                if (!p.restart.beforeMcu(r)) return fail(error, kMissingRestart);
+                const HuffmanDecodeSpec* ac = p.tables.acOf[0];
+                const ZeqStatus s = p.refine ? zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(
+                                                   r.src, r.size, &r.pos, b, &r.marker, p.ss, p.se,
+                                                   p.al, ac, r.state.get())
+                                             : zeqiDecodeHuffman8x8_ACFirst_JPEG_1u16s_C1(
+                                                   r.src, r.size, &r.pos, b, &r.marker, p.ss, p.se,
+                                                   p.al, ac, r.state.get());
+                if (s != StatusOk) return fail(error, statusText(s));
+            }
+        }
+    }
+    return true;
 }
 
 void reconstructStored(Layout& layout, OutputWriter& writer, Progress& progress) {
@@ -560,9 +649,27 @@ bool decodeDct(const uint8_t* data, size_t size, const JpegParsedFile& file,
             std::calloc(size_t(k.blocksWide) * size_t(k.blocksHigh) * 64, sizeof(int16_t))));
         if (!k.coefficients) throw std::bad_alloc();
     }
-    for (const JpegParsedScan& scan : file.scans) {
-        if (!setQuant(scan, frame, layout, error)) return false;
-        if (!decodeScanCoefficients(data, size, scan, progressive, layout, error)) return false;
+    if (progressive) {
+        // DC scans one after the other, then the AC scans of each component
+        // together.
+        std::vector<std::vector<const JpegParsedScan*>> acScans(layout.components.size());
+        for (const JpegParsedScan& scan : file.scans) {
+            if (!setQuant(scan, frame, layout, error)) return false;
+            if (scan.header.ss > 0) {
+                acScans[size_t(scan.header.components[0].componentIndex)].push_back(&scan);
+                continue;
+            }
+            if (!decodeScanCoefficients(data, size, scan, progressive, layout, error)) return false;
+        }
+        for (size_t c = 0; c < acScans.size(); ++c)
+            if (!acScans[c].empty() &&
+                !decodeComponentScans(data, size, acScans[c], int32_t(c), layout, error))
+                return false;
+    } else {
+        for (const JpegParsedScan& scan : file.scans) {
+            if (!setQuant(scan, frame, layout, error)) return false;
+            if (!decodeScanCoefficients(data, size, scan, progressive, layout, error)) return false;
+        }
     }
     for (size_t c = 0; c < layout.components.size(); ++c)
         if (!layout.components[c].quantSet)

@@ -7,35 +7,6 @@ namespace zeq {
 
 namespace {
 
-constexpr size_t kEobRunAt = offsetof(HuffmanDecodeState, eobRun);
-
-// v << al in 16-bit arithmetic (the bits above 16 fall away).
-inline int16_t scaledUp(int32_t v, int al) {
-    return static_cast<int16_t>(static_cast<uint32_t>(v) << al);
-}
-
-// An end-of-band symbol with run nibble r: 2^r blocks plus r more bits.
-template <class Reader>
-ZEQ_ENTROPY_INLINE ZeqStatus readEobRun(Reader& in, int r, int32_t* blocks) {
-    int32_t run = int32_t{1} << r;
-    if (r > 0) {
-        if (ZeqStatus status = in.ensure(r)) return status;
-        run += static_cast<int32_t>(in.take(r));
-    }
-    *blocks = run;
-    return StatusOk;
-}
-
-// A correction bit for a coefficient significant before: a 1 adds bit al to
-// its magnitude, unless the bit is set already.
-template <class Reader>
-ZEQ_ENTROPY_INLINE ZeqStatus correct(Reader& in, int16_t* coefficient, int32_t p1) {
-    if (ZeqStatus status = in.ensure(1)) return status;
-    if (in.take(1) != 0 && (*coefficient & p1) == 0)
-        *coefficient = static_cast<int16_t>(*coefficient + (*coefficient >= 0 ? p1 : -p1));
-    return StatusOk;
-}
-
 // No overrun check: a run past se lands in the tail of the zigzag table, at
 // index 78 at most.
 template <class Reader>
@@ -130,8 +101,9 @@ ZeqStatus decodeDCFirstWithState(const uint8_t* src, int32_t srcLen, int32_t* sr
     return status;
 }
 
-ZeqStatus decodeDCRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
-                                  int32_t* marker, int al, HuffmanDecodeState* state) {
+ZeqStatus decodeDCRefineWithStateScalar(const uint8_t* src, int32_t srcLen, int32_t* srcPos,
+                                        int16_t* dst, int32_t* marker, int al,
+                                        HuffmanDecodeState* state) {
     StreamBitReader in = openStream(src, srcLen, srcPos, marker, state);
     const ZeqStatus status = in.ensure(1);
     if (status == StatusOk && in.take(1) != 0) dst[0] = static_cast<int16_t>(dst[0] | (1 << al));
@@ -139,15 +111,31 @@ ZeqStatus decodeDCRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* s
     return status;
 }
 
-ZeqStatus decodeBandWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
-                              int32_t* marker, int ss, int se, int al, const HuffmanDecodeSpec* ac,
-                              HuffmanDecodeState* state, bool refinement) {
+ZeqStatus decodeDCRefineWithState(const uint8_t* src, int32_t srcLen, int32_t* srcPos, int16_t* dst,
+                                  int32_t* marker, int al, HuffmanDecodeState* state) {
+    const BitPosition held = loadBitPosition(state);
+    if (held.count >= 1) {
+        // The bit is in the state already: nothing is read, and the state's
+        // bits are handed back as a reader hands them (32 bits, at most 32).
+        const int32_t count = held.count > kReadAheadBits ? kReadAheadBits : held.count;
+        const uint32_t buffer = static_cast<uint32_t>(held.buffer);
+        storeBitPosition(state, {buffer, count - 1});
+        if (((buffer >> (count - 1)) & 1) != 0) dst[0] = static_cast<int16_t>(dst[0] | (1 << al));
+        return StatusOk;
+    }
+    return decodeDCRefineWithStateScalar(src, srcLen, srcPos, dst, marker, al, state);
+}
+
+ZeqStatus decodeBandWithStateScalar(const uint8_t* src, int32_t srcLen, int32_t* srcPos,
+                                    int16_t* dst, int32_t* marker, int ss, int se, int al,
+                                    const HuffmanDecodeSpec* ac, HuffmanDecodeState* state,
+                                    bool refinement) {
     StreamBitReader in = openStream(src, srcLen, srcPos, marker, state);
-    int32_t eobRun = loadField<int32_t>(state, kEobRunAt);
+    int32_t eobRun = loadField<int32_t>(state, kDecodeEobRunAt);
     const ZeqStatus status = refinement ? decodeACRefine(in, dst, ss, se, al, ac, &eobRun)
                                         : decodeACFirst(in, dst, ss, se, al, ac, &eobRun);
     closeStream(in, srcPos, state);
-    storeField<int32_t>(state, kEobRunAt, eobRun);
+    storeField<int32_t>(state, kDecodeEobRunAt, eobRun);
     return status;
 }
 

@@ -9,7 +9,10 @@
 #ifndef ZEQ_JPEG_ENTROPY_PROGRESSIVE_ENCODE_H
 #define ZEQ_JPEG_ENTROPY_PROGRESSIVE_ENCODE_H
 
+#include <emmintrin.h>
+
 #include <algorithm>
+#include <array>
 #include <cstdint>
 
 #include "core/arg_checks.h"
@@ -71,20 +74,74 @@ struct BandRun {
 // Loads the run from a state record. A damaged record cannot lead a coder out
 // of the correction buffer or into overflow: a negative run or count is taken
 // as 0, a count above what a block can append to is cut there.
-BandRun loadBandRun(HuffmanEncodeState* state, bool withCorrectionBits);
-void storeBandRun(HuffmanEncodeState* state, const BandRun& run);
+constexpr size_t kEobRunAt = offsetof(HuffmanEncodeState, eobRun);
+constexpr size_t kCorrectionCountAt = offsetof(HuffmanEncodeState, correctionCount);
+constexpr size_t kCorrectionBitsAt = offsetof(HuffmanEncodeState, correctionBits);
+// A block appends at most one bit per coefficient behind the run's bits.
+constexpr int32_t kLargestCarriedCorrectionCount = kCorrectionBitsCapacity - kBlockSize;
+// Far beyond any valid run, and far from overflow when a block adds to it.
+constexpr int32_t kLargestCarriedEobRun = int32_t{1} << 30;
+
+ZEQ_ENTROPY_INLINE BandRun loadBandRun(HuffmanEncodeState* state, bool withCorrectionBits) {
+    BandRun run;
+    run.eobRun = std::clamp(loadField<int32_t>(state, kEobRunAt), 0, kLargestCarriedEobRun);
+    run.correctionCount = std::clamp(loadField<int32_t>(state, kCorrectionCountAt), 0,
+                                     kLargestCarriedCorrectionCount);
+    run.correctionBits =
+        withCorrectionBits ? reinterpret_cast<uint8_t*>(state) + kCorrectionBitsAt : nullptr;
+    return run;
+}
+
+ZEQ_ENTROPY_INLINE void storeBandRun(HuffmanEncodeState* state, const BandRun& run) {
+    storeField<int32_t>(state, kEobRunAt, run.eobRun);
+    storeField<int32_t>(state, kCorrectionCountAt, run.correctionCount);
+}
 
 // floor(log2 r) for r >= 1.
 inline int eobRunIndex(uint32_t r) { return 31 - __builtin_clz(r); }
 
-// `count` buffered correction bits, in order, sixteen at a time.
+constexpr int kCorrectionBitsPerWrite = 16;
+
+// `count` buffered correction bits (bit 0 of each byte), in order, sixteen
+// at a time.
 template <class Writer>
-ZEQ_ENTROPY_INLINE ZeqStatus writeCorrectionBits(const uint8_t* bits, int count, Writer& out) {
-    constexpr int kBitsPerWrite = 16;
-    for (int i = 0; i < count; i += kBitsPerWrite) {
-        const int n = std::min(kBitsPerWrite, count - i);
+ZEQ_ENTROPY_INLINE ZeqStatus writeCorrectionBitsScalar(const uint8_t* bits, int count,
+                                                       Writer& out) {
+    for (int i = 0; i < count; i += kCorrectionBitsPerWrite) {
+        const int n = std::min(kCorrectionBitsPerWrite, count - i);
         uint32_t value = 0;
         for (int j = 0; j < n; ++j) value = (value << 1) | (bits[i + j] & 1u);
+        if (ZeqStatus status = out.bits(value, n)) return status;
+    }
+    return StatusOk;
+}
+
+// Bit 0 of sixteen bytes, the first byte's as the top bit of 16.
+inline uint32_t correctionBitsOfSixteen(const uint8_t* bits) {
+    constexpr std::array<uint8_t, 256> kReversed = [] {
+        std::array<uint8_t, 256> t{};
+        for (int i = 0; i < 256; ++i)
+            for (int b = 0; b < 8; ++b)
+                if (i & (1 << b)) t[size_t(i)] |= static_cast<uint8_t>(0x80 >> b);
+        return t;
+    }();
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bits));
+    // Bit 0 of each byte to its bit 7 (the masked bit cannot spill into the next byte).
+    const __m128i top = _mm_slli_epi16(_mm_and_si128(bytes, _mm_set1_epi8(1)), 7);
+    const uint32_t firstAtBottom = static_cast<uint32_t>(_mm_movemask_epi8(top));
+    return (uint32_t{kReversed[firstAtBottom & 0xFF]} << 8) | kReversed[firstAtBottom >> 8];
+}
+
+// The same writes as the scalar form, sixteen bits gathered at once, for
+// the run's bits at the start of the state's 1024-byte buffer. The loads stay
+// inside it: a run never buffers more than 1023 bits, so the last piece
+// starts at byte 1008 at most.
+template <class Writer>
+ZEQ_ENTROPY_INLINE ZeqStatus writeCorrectionBits(const uint8_t* bits, int count, Writer& out) {
+    static_assert(kCorrectionBitsCapacity % kCorrectionBitsPerWrite == 0);
+    for (int i = 0; i < count; i += kCorrectionBitsPerWrite) {
+        const int n = std::min(kCorrectionBitsPerWrite, count - i);
+        const uint32_t value = correctionBitsOfSixteen(bits + i) >> (kCorrectionBitsPerWrite - n);
         if (ZeqStatus status = out.bits(value, n)) return status;
     }
     return StatusOk;
@@ -173,9 +230,9 @@ ZEQ_ENTROPY_INLINE ZeqStatus encodeACRefine(const int16_t* src, int ss, int se, 
     int blockBits = 0;
     int zeros = 0;
     auto flushBlockBits = [&]() {
-        const ZeqStatus status = buffer != nullptr
-                                     ? writeCorrectionBits(buffer + blockBitsAt, blockBits, out)
-                                     : StatusOk;
+        const ZeqStatus status =
+            buffer != nullptr ? writeCorrectionBitsScalar(buffer + blockBitsAt, blockBits, out)
+                              : StatusOk;
         blockBitsAt = 0;  // the run's bits are gone with the run
         blockBits = 0;
         return status;
@@ -211,6 +268,10 @@ ZEQ_ENTROPY_INLINE ZeqStatus encodeACRefine(const int16_t* src, int ss, int se, 
     }
     return StatusOk;
 }
+
+// The exported AC coders and statistics run the same coders walking only
+// the non-zero coefficients of the band, found with vector masks
+// (progressive_encode_sse2.cpp); same writes, same results.
 
 // The exported operations on the caller's stream and state.
 ZeqStatus encodeDCFirstWithState(const int16_t* src, uint8_t* dst, int32_t dstLen, int32_t* dstPos,

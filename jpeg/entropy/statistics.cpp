@@ -32,18 +32,6 @@ ZeqStatus countDCFirstSymbols(const int16_t* src, int32_t* dcCounts, int16_t* la
     return encodeDCFirst(src[0], lastDC, al, tableOfCounts(dcCounts), counter);
 }
 
-ZeqStatus countBandSymbols(const int16_t* src, int32_t* acCounts, int ss, int se, int al,
-                           HuffmanEncodeState* state, bool refinement) {
-    BandRun run = loadBandRun(state, false);
-    SymbolCounter counter;
-    const HuffmanEncodeSpec* counts = tableOfCounts(acCounts);
-    const ZeqStatus status = refinement ? encodeACRefine(src, ss, se, al, counts, run, counter)
-                                        : encodeACFirst(src, ss, se, al, counts, run,
-                                                        kLargestACFirstCountedCategory, counter);
-    storeBandRun(state, run);
-    return status;
-}
-
 ZeqStatus countBandEnd(int32_t* acCounts, HuffmanEncodeState* state, bool refinement) {
     BandRun run = loadBandRun(state, false);
     SymbolCounter counter;

@@ -12,41 +12,10 @@
 
 #include "core/sse2.h"
 #include "jpeg/entropy/baseline_encode.h"
+#include "jpeg/entropy/zigzag_masks.h"
 #include "jpeg/zigzag.h"
 
 namespace zeq {
-
-constexpr int kZigzagRowLength = 8;
-
-// Entry [row][zeros]: the zigzag-order bits of the non-zero coefficients of
-// one natural-order row whose zero coefficients an 8-bit pattern marks.
-using ZigzagBitsOfRows = std::array<std::array<uint64_t, 256>, kZigzagRowLength>;
-inline constexpr ZigzagBitsOfRows kZigzagBitsOfRows = [] {
-    ZigzagBitsOfRows table{};
-    for (int row = 0; row < kZigzagRowLength; ++row)
-        for (int zeros = 0; zeros < 256; ++zeros)
-            for (int column = 0; column < kZigzagRowLength; ++column)
-                if (!(zeros & (1 << column)))
-                    table[row][zeros] |= uint64_t{1}
-                                         << ZigzagToNatural[row * kZigzagRowLength + column];
-    return table;
-}();
-
-// Bit k set where the coefficient at zigzag index k is non-zero: a vector
-// compare gives the pattern of zeros of each row, a table lookup per row
-// moves the others to their zigzag places.
-ZEQ_ENTROPY_INLINE uint64_t zigzagNonZeroMask(const int16_t* block) {
-    using namespace sse2;
-    uint64_t mask = 0;
-    for (int row = 0; row < kZigzagRowLength; row += 2) {
-        const V128 zerosA = _mm_cmpeq_epi16(loadu(block + row * kZigzagRowLength), zero());
-        const V128 zerosB = _mm_cmpeq_epi16(loadu(block + (row + 1) * kZigzagRowLength), zero());
-        const uint32_t zeros =
-            static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(zerosA, zerosB)));
-        mask |= kZigzagBitsOfRows[row][zeros & 0xFF] | kZigzagBitsOfRows[row + 1][zeros >> 8];
-    }
-    return mask;
-}
 
 // The code of symbol `high` + category of v (v a DC difference, or an AC
 // coefficient after fewer than 15 zeros, so the symbol is inside the table),

@@ -354,10 +354,14 @@ bool storeBits(CodeBlockEncodeState* s, uint8_t* dst, int32_t* length) {
             rec->raw = raw;
         } else {
             const uint8_t* labels = rec->labels + rec->readSymbol - rec->readDecision;
-            MqEncoderRegisters mq = rec->mq;
-            uint8_t* contexts = rec->contexts;
-            for (; d < n && !out.full(); ++d) mqEncode(mq, contexts[labels[d]], decisions[d], out);
-            rec->mq = mq;
+            // Runs short enough that the buffer cannot fill before their
+            // last decision: the room is checked per run, not per decision.
+            while (d < n && !out.full()) {
+                const int32_t room = out.capacity - out.written;
+                const int32_t run = std::min(n - d, std::max(1, room / kMqMaxBytesPerDecision));
+                mqEncodeRun(rec->mq, rec->contexts, labels + d, decisions + d, run, out);
+                d += run;
+            }
         }
         rec->readSymbol += d - rec->readDecision;
         rec->readDecision = d;

@@ -61,6 +61,9 @@ inline constexpr std::array<MqTransition, 94> kMqTransitions = makeMqTransitions
 
 // ---- Encoder ----------------------------------------------------------------
 
+// The contexts of one code block (the labels of the tier-1 context model).
+constexpr int kMqContextCount = 19;
+
 // Registers of the encoder. `pending` is the byte B that a carry may still
 // reach; before the first byte-out of a segment it is a placeholder that is
 // never written (byteOuts == 0).
@@ -129,6 +132,63 @@ inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision, Sink
         if (--r.ct == 0) mqByteOut(r, sink);
     } while (!(r.a & 0x8000u));
 }
+
+// Codes a run of recorded decisions (decision and context label arrays):
+// the registers and the contexts stay in locals for the whole run, and the
+// sink is entered only at byte-outs.
+template <class Sink>
+[[gnu::always_inline]] inline void mqEncodeRun(MqEncoderRegisters& registers, uint8_t* contexts,
+                                               const uint8_t* labels, const uint8_t* decisions,
+                                               int32_t count, Sink& sink) {
+    MqEncoderRegisters r = registers;
+    uint8_t cx[kMqContextCount];
+    for (int i = 0; i < kMqContextCount; ++i) cx[i] = contexts[i];
+    for (int32_t i = 0; i < count; ++i) {
+        uint8_t& context = cx[labels[i]];
+        const uint32_t state = context;
+        const MqTransition t = kMqTransitions[state];
+        r.a -= t.qe;
+        if (decisions[i] == (state & 1)) {
+            if (r.a & 0x8000u) {
+                r.c += t.qe;
+                continue;
+            }
+            if (r.a < t.qe)
+                r.a = t.qe;
+            else
+                r.c += t.qe;
+            context = t.afterMps;
+        } else {
+            if (r.a < t.qe)
+                r.c += t.qe;
+            else
+                r.a = t.qe;
+            context = t.afterLps;
+        }
+        int shift = __builtin_clz(r.a) - 16;
+        if (__builtin_expect(shift < r.ct, 1)) {
+            r.a <<= shift;
+            r.c <<= shift;
+            r.ct -= shift;
+            continue;
+        }
+        do {  // shift up to the byte-out, then on with what is left
+            r.a <<= r.ct;
+            r.c <<= r.ct;
+            shift -= r.ct;
+            mqByteOut(r, sink);
+        } while (shift >= r.ct);
+        r.a <<= shift;
+        r.c <<= shift;
+        r.ct -= shift;
+    }
+    for (int i = 0; i < kMqContextCount; ++i) contexts[i] = cx[i];
+    registers = r;
+}
+
+// Most bytes one decision can push out: a renormalisation shifts at most 15
+// bits, and a byte-out comes at most every 7.
+constexpr int32_t kMqMaxBytesPerDecision = 3;
 
 // Collects the bytes of a termination so that a final 0xFF can be dropped:
 // decoders read missing bytes as 0xFF, and a segment never ends on 0xFF.

@@ -30,7 +30,7 @@ constexpr int kSignFirstLabel = 11;
 constexpr int kRefineFirstLabel = 16;
 constexpr int kRefineNeighbourLabel = 17;
 constexpr int kRefineLaterLabel = 18;
-constexpr int kContextCount = kMqContextCount;
+constexpr int kContextCount = 19;
 
 // Every context starts at state 0 with MPS 0, except the uniform (46), the
 // run-length (3) and the no-neighbour zero-coding context (4).
@@ -77,6 +77,7 @@ constexpr uint32_t kSignificant = 0x1000;
 constexpr uint32_t kVisited = 0x2000;
 constexpr uint32_t kRefined = 0x4000;
 constexpr uint32_t kNegative = 0x8000;
+constexpr uint32_t kBothHalves(uint32_t bits) { return bits | (bits << 16); }
 
 constexpr int32_t stateRowBytes(int32_t width) { return (4 * width + 8 + 31) / 32 * 32; }
 constexpr int32_t stateRows(int32_t height) { return (height + 1) / 2 + 2; }

@@ -199,9 +199,9 @@ template <class Coder>
 }
 
 // Cleanup: every sample neither significant nor visited; a full column of
-// four samples with all-zero state words is coded in run mode. Each column's
-// visited marks are cleared as the column is stored: no sample's coding reads
-// those of another column.
+// four samples with all-zero state words is coded in run mode. The visited
+// marks go at the end, all at once: no sample's coding reads those of another
+// column.
 template <bool Causal, class Coder>
 [[gnu::noinline]] void cleanupPass(const SampleGrid& grid, Coder& shared,
                                    const uint8_t* zeroCoding) {
@@ -226,10 +226,13 @@ template <bool Causal, class Coder>
                 if (coder.bit(x, r, zeroCoding[half & kNeighbourMask]))
                     codeSignificantSample<false, Causal>(g, coder, column, state, half, x, r);
             }
-            state &= ~kEveryHalf(kVisited);
             if (state != loaded) storeColumn(column, g.stride, state);
         }
     });
+    for (int32_t y = 0; y < (g.height + 1) / 2; ++y) {
+        uint32_t* row = g.words + y * g.stride;
+        for (int32_t x = 0; x < g.width; ++x) row[x] &= ~kBothHalves(kVisited);
+    }
     shared = coder;
 }
 

@@ -79,9 +79,7 @@ struct EncodeModel {
     void stripe(int y0) { words = copy + (y0 >> 2) * stripeWords; }
     uint32_t word(int x, int r) const { return words[4 * x + r]; }
     // Bits p .. p-6 of a magnitude (bits below plane 0 read as 0).
-    uint32_t window(uint32_t w) const {
-        return static_cast<uint32_t>((uint64_t{w} << 6) >> plane);
-    }
+    uint32_t window(uint32_t w) const { return static_cast<uint32_t>((uint64_t{w} << 6) >> plane); }
     void record(int decision, int label) {
         decisions[count] = static_cast<uint8_t>(decision);
         labels[count] = static_cast<uint8_t>(label);
@@ -98,7 +96,9 @@ struct EncodeModel {
         record(negative ^ static_cast<int>(xorBit), label);
         return negative;
     }
-    void significant(int x, int r, int) { distortion += significanceTable[window(word(x, r)) & 63]; }
+    void significant(int x, int r, int) {
+        distortion += significanceTable[window(word(x, r)) & 63];
+    }
     int refine(int x, int r, int label) {
         const uint32_t w = word(x, r);
         const int b = static_cast<int>((w >> plane) & 1);

@@ -98,8 +98,11 @@ inline void mqByteOut(MqEncoderRegisters& r, Sink& sink) {
     }
 }
 
+// One decision. The renormalization shifts up to each byte-out at once
+// rather than bit by bit.
 template <class Sink>
-inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision, Sink& sink) {
+[[gnu::always_inline]] inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision,
+                                            Sink& sink) {
     const MqTransition t = kMqTransitions[context];
     r.a -= t.qe;
     if (decision == (context & 1)) {
@@ -119,18 +122,16 @@ inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision, Sink
             r.a = t.qe;
         context = t.afterLps;
     }
-    const int shift = __builtin_clz(r.a) - 16;
-    if (shift < r.ct) {  // no byte-out within the shift
-        r.a <<= shift;
-        r.c <<= shift;
-        r.ct -= shift;
-        return;
+    int shift = __builtin_clz(r.a) - 16;
+    while (__builtin_expect(shift >= r.ct, 0)) {
+        r.a <<= r.ct;
+        r.c <<= r.ct;
+        shift -= r.ct;
+        mqByteOut(r, sink);
     }
-    do {
-        r.a <<= 1;
-        r.c <<= 1;
-        if (--r.ct == 0) mqByteOut(r, sink);
-    } while (!(r.a & 0x8000u));
+    r.a <<= shift;
+    r.c <<= shift;
+    r.ct -= shift;
 }
 
 // Codes a run of recorded decisions (decision and context label arrays):
@@ -143,45 +144,7 @@ template <class Sink>
     MqEncoderRegisters r = registers;
     uint8_t cx[kMqContextCount];
     for (int i = 0; i < kMqContextCount; ++i) cx[i] = contexts[i];
-    for (int32_t i = 0; i < count; ++i) {
-        uint8_t& context = cx[labels[i]];
-        const uint32_t state = context;
-        const MqTransition t = kMqTransitions[state];
-        r.a -= t.qe;
-        if (decisions[i] == (state & 1)) {
-            if (r.a & 0x8000u) {
-                r.c += t.qe;
-                continue;
-            }
-            if (r.a < t.qe)
-                r.a = t.qe;
-            else
-                r.c += t.qe;
-            context = t.afterMps;
-        } else {
-            if (r.a < t.qe)
-                r.c += t.qe;
-            else
-                r.a = t.qe;
-            context = t.afterLps;
-        }
-        int shift = __builtin_clz(r.a) - 16;
-        if (__builtin_expect(shift < r.ct, 1)) {
-            r.a <<= shift;
-            r.c <<= shift;
-            r.ct -= shift;
-            continue;
-        }
-        do {  // shift up to the byte-out, then on with what is left
-            r.a <<= r.ct;
-            r.c <<= r.ct;
-            shift -= r.ct;
-            mqByteOut(r, sink);
-        } while (shift >= r.ct);
-        r.a <<= shift;
-        r.c <<= shift;
-        r.ct -= shift;
-    }
+    for (int32_t i = 0; i < count; ++i) mqEncode(r, cx[labels[i]], decisions[i], sink);
     for (int i = 0; i < kMqContextCount; ++i) contexts[i] = cx[i];
     registers = r;
 }

@@ -98,17 +98,16 @@ inline void mqByteOut(MqEncoderRegisters& r, Sink& sink) {
     }
 }
 
-// One decision. The renormalization shifts up to each byte-out at once
-// rather than bit by bit.
-template <class Sink>
-[[gnu::always_inline]] inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision,
-                                            Sink& sink) {
+// The interval update of one decision: false when no renormalization
+// follows (an MPS that leaves A at or above half the interval).
+[[gnu::always_inline]] inline bool mqEncodeInterval(MqEncoderRegisters& r, uint8_t& context,
+                                                    int decision) {
     const MqTransition t = kMqTransitions[context];
     r.a -= t.qe;
     if (decision == (context & 1)) {
         if (r.a & 0x8000u) {
             r.c += t.qe;
-            return;
+            return false;
         }
         if (r.a < t.qe)
             r.a = t.qe;
@@ -122,6 +121,15 @@ template <class Sink>
             r.a = t.qe;
         context = t.afterLps;
     }
+    return true;
+}
+
+// One decision. The renormalization shifts up to each byte-out at once
+// rather than bit by bit.
+template <class Sink>
+[[gnu::always_inline]] inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision,
+                                            Sink& sink) {
+    if (!mqEncodeInterval(r, context, decision)) return;
     int shift = __builtin_clz(r.a) - 16;
     while (__builtin_expect(shift >= r.ct, 0)) {
         r.a <<= r.ct;

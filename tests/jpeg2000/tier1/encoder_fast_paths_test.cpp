@@ -24,30 +24,11 @@ struct ByteSink {
     void put(uint8_t b) { bytes.push_back(b); }
 };
 
-// One decision as the standard's flow charts code it: interval update,
-// then renormalization one bit at a time with a byte-out whenever CT runs
-// out.
+// One decision renormalized as the standard's flow chart does it: one bit
+// at a time, with a byte-out whenever CT runs out.
 template <class Sink>
 void referenceEncode(MqEncoderRegisters& r, uint8_t& context, int decision, Sink& sink) {
-    const MqTransition t = kMqTransitions[context];
-    r.a -= t.qe;
-    if (decision == (context & 1)) {
-        if (r.a & 0x8000u) {
-            r.c += t.qe;
-            return;
-        }
-        if (r.a < t.qe)
-            r.a = t.qe;
-        else
-            r.c += t.qe;
-        context = t.afterMps;
-    } else {
-        if (r.a < t.qe)
-            r.c += t.qe;
-        else
-            r.a = t.qe;
-        context = t.afterLps;
-    }
+    if (!mqEncodeInterval(r, context, decision)) return;
     do {
         r.a <<= 1;
         r.c <<= 1;

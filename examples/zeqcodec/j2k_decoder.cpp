@@ -6,6 +6,7 @@
 
 #include "zeqcodec/j2k_codec.h"
 #include "zeqcodec/j2k_layout.h"
+#include "zeqcodec/j2k_samples.h"
 #include "zeqj.h"
 
 namespace zeqcodec {
@@ -14,6 +15,9 @@ namespace {
 using j2k::Band;
 using j2k::CodeBlockSize;
 using j2k::fail;
+using j2k::irreversibleCoefficients;
+using j2k::reversibleCoefficients;
+using j2k::samplesToBytes;
 using zeq::container::J2kCodeBlockContribution;
 using zeq::container::J2kHeader;
 using zeq::container::J2kPacketBand;
@@ -34,9 +38,6 @@ constexpr int32_t ReversibleLimit = 1 << 20;
 constexpr double IrreversibleLimit = 1 << 28;
 // Decoder flag: leave the decoded bits below the last plane as they are.
 constexpr int32_t KeepDecodedBits = 0x40000;
-// Samples are clamped to this before the final shift (the colour transforms
-// wrap like 32-bit integers, so garbage stays garbage, never undefined).
-constexpr int32_t SampleLimit = 1 << 24;
 
 class Decoder {
 public:
@@ -154,21 +155,11 @@ bool Decoder::decodeBlocks(std::string* error) {
                         const int32_t* src = block.data() + static_cast<size_t>(y) * CodeBlockSize;
                         int32_t* dst = plane + static_cast<size_t>(band.y + y0 + y) * rowLength +
                                        static_cast<size_t>(band.x + x0);
-                        if (h_.reversible) {
-                            for (int32_t x = 0; x < w; ++x) {
-                                const int32_t m = std::min(src[x] & 0x7FFFFFFF, ReversibleLimit);
-                                dst[x] = src[x] < 0 ? -m : m;
-                            }
-                        } else {
-                            const float scale = static_cast<float>(unit);
-                            const float top = static_cast<float>(IrreversibleLimit);
-                            for (int32_t x = 0; x < w; ++x) {
-                                const float m = static_cast<float>(src[x] & 0x7FFFFFFF);
-                                const int32_t r =
-                                    static_cast<int32_t>(std::min(m * scale, top) + 0.5f);
-                                dst[x] = src[x] < 0 ? -r : r;
-                            }
-                        }
+                        if (h_.reversible)
+                            reversibleCoefficients(src, dst, w, ReversibleLimit);
+                        else
+                            irreversibleCoefficients(src, dst, w, static_cast<float>(unit),
+                                                     static_cast<float>(IrreversibleLimit));
                     }
                 }
             }
@@ -218,23 +209,14 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
     image.channels = components_;
     image.pixels.resize(pixels * static_cast<size_t>(components_));
     const int32_t shift = h_.reversible ? 0 : j2k::FractionBits;
-    const int32_t round = shift ? 1 << (shift - 1) : 0;
-    // Planes convert in chunks into byte rows (a loop the compiler
-    // vectorizes), then interleave.
+    // Planes convert in chunks into byte rows, then interleave.
     constexpr size_t Chunk = 4096;
     uint8_t bytes[3][Chunk];
     uint8_t* dst = image.pixels.data();
     for (size_t first = 0; first < pixels; first += Chunk) {
         const size_t n = std::min(Chunk, pixels - first);
         for (int32_t c = 0; c < components_; ++c) {
-            const int32_t* src = planes_[static_cast<size_t>(c)].data() + first;
-            uint8_t* out = bytes[c];
-            for (size_t i = 0; i < n; ++i) {
-                // Clamped first, so the rounding and level shift cannot overflow.
-                const int32_t v =
-                    ((std::clamp(src[i], -SampleLimit, SampleLimit) + round) >> shift) + 128;
-                out[i] = static_cast<uint8_t>(std::clamp(v, 0, 255));
-            }
+            samplesToBytes(planes_[static_cast<size_t>(c)].data() + first, bytes[c], n, shift);
         }
         if (components_ == 1) {
             std::copy(bytes[0], bytes[0] + n, dst + first);

@@ -29,7 +29,9 @@ void releaseEncodeState(CodeBlockEncodeState* s) {
 ZeqStatus allocateEncodeState(CodeBlockEncodeState** out, ZeqiSize maxSize) {
     *out = nullptr;
     const int64_t symbols = symbolCapacity(maxSize.width, maxSize.height);
-    const int64_t arrayBytes = int64_t{stateRowBytes(maxSize.width)} * stateRows(maxSize.height);
+    // The state array, then the block's copy in stripe-column order.
+    const int64_t arrayBytes = int64_t{stateRowBytes(maxSize.width)} * stateRows(maxSize.height) +
+                               stripeCopyBytes(maxSize.width, maxSize.height);
     if (symbols > INT32_MAX || arrayBytes > INT32_MAX) return StatusNoMemory;
 
     auto* s = static_cast<CodeBlockEncodeState*>(allocateBuffer(sizeof(CodeBlockEncodeState)));
@@ -57,11 +59,15 @@ ZeqStatus allocateEncodeState(CodeBlockEncodeState** out, ZeqiSize maxSize) {
 
 namespace {
 
-// The encoder's side of the passes: decisions come from the source block and
+// The encoder's side of the passes: decisions come from the block's copy in
+// stripe-column order (the four words of a stripe column side by side) and
 // are recorded with their labels; significance and refinement add their
-// distortion reduction.
+// distortion reduction. Plane p is at most 30, so bit p of a word is bit p of
+// its magnitude, and the sign bit never reaches the distortion windows.
 struct EncodeModel {
-    StripeRows<const uint8_t> src;
+    const uint32_t* copy;   // the whole block
+    const uint32_t* words;  // the current stripe
+    int32_t stripeWords;    // 4 x width
     uint8_t* decisions;
     uint8_t* labels;
     int32_t count;
@@ -70,11 +76,10 @@ struct EncodeModel {
     const int32_t* significanceTable;
     const int32_t* refinementTable;
 
-    void stripe(int y0) { src.start(y0); }
-    uint32_t word(int x, int r) const { return loadElement<uint32_t>(src.row(r), x); }
-    uint32_t magnitude(int x, int r) const { return word(x, r) & 0x7FFFFFFFu; }
+    void stripe(int y0) { words = copy + (y0 >> 2) * stripeWords; }
+    uint32_t word(int x, int r) const { return words[4 * x + r]; }
     // Bits p .. p-6 of a magnitude (bits below plane 0 read as 0).
-    uint32_t window(uint32_t m) const { return plane >= 6 ? m >> (plane - 6) : m << (6 - plane); }
+    uint32_t window(uint32_t w) const { return static_cast<uint32_t>((uint64_t{w} << 6) >> plane); }
     void record(int decision, int label) {
         decisions[count] = static_cast<uint8_t>(decision);
         labels[count] = static_cast<uint8_t>(label);
@@ -82,7 +87,7 @@ struct EncodeModel {
     }
 
     int bit(int x, int r, int label) {
-        const int b = static_cast<int>((magnitude(x, r) >> plane) & 1);
+        const int b = static_cast<int>((word(x, r) >> plane) & 1);
         record(b, label);
         return b;
     }
@@ -92,28 +97,52 @@ struct EncodeModel {
         return negative;
     }
     void significant(int x, int r, int) {
-        distortion += significanceTable[window(magnitude(x, r)) & 63];
+        distortion += significanceTable[window(word(x, r)) & 63];
     }
     int refine(int x, int r, int label) {
-        const uint32_t m = magnitude(x, r);
-        const int b = static_cast<int>((m >> plane) & 1);
+        const uint32_t w = word(x, r);
+        const int b = static_cast<int>((w >> plane) & 1);
         record(b, label);
-        distortion += refinementTable[window(m) & 127];
+        distortion += refinementTable[window(w) & 127];
         return b;
     }
     int run(int x) {
-        for (int r = 0; r < 4; ++r) {
-            if ((magnitude(x, r) >> plane) & 1) {
-                record(1, kRunLabel);
-                record(r >> 1, kUniformLabel);
-                record(r & 1, kUniformLabel);
-                return r;
-            }
+        const uint32_t* w = words + 4 * x;
+        if ((((w[0] | w[1] | w[2] | w[3]) >> plane) & 1) == 0) {
+            record(0, kRunLabel);
+            return -1;
         }
-        record(0, kRunLabel);
-        return -1;
+        int r = 0;
+        while (((w[r] >> plane) & 1) == 0) ++r;
+        record(1, kRunLabel);
+        record(r >> 1, kUniformLabel);
+        record(r & 1, kUniformLabel);
+        return r;
     }
 };
+
+// Copies the block into stripe-column order (rows past the block's end read
+// as 0) and returns the OR of its magnitudes.
+uint32_t copyInStripeColumns(const uint8_t* src, int32_t srcStep, int32_t width, int32_t height,
+                             uint32_t* copy) {
+    uint32_t largest = 0;
+    for (int32_t y0 = 0; y0 < height; y0 += 4) {
+        uint32_t* stripe = copy + static_cast<ptrdiff_t>(y0 >> 2) * 4 * width;
+        for (int r = 0; r < 4; ++r) {
+            if (y0 + r >= height) {
+                for (int32_t x = 0; x < width; ++x) stripe[4 * x + r] = 0;
+                continue;
+            }
+            const uint8_t* row = rowAt(src, srcStep, y0 + r);
+            for (int32_t x = 0; x < width; ++x) {
+                const uint32_t w = loadElement<uint32_t>(row, x);
+                largest |= w;
+                stripe[4 * x + r] = w;
+            }
+        }
+    }
+    return largest & 0x7FFFFFFFu;
+}
 
 struct PassPlan {
     enum Kind { Significance, Refinement, Cleanup } kind;
@@ -165,11 +194,8 @@ LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
     rec->terminateEachPass = (codeStyleFlags & kFlagTerminateEachPass) != 0;
     rec->resetEachPass = (codeStyleFlags & kFlagResetContexts) != 0;
 
-    uint32_t largest = 0;
-    for (int32_t y = 0; y < height; ++y) {
-        const uint8_t* row = rowAt(src, srcStep, y);
-        for (int32_t x = 0; x < width; ++x) largest |= loadElement<uint32_t>(row, x) & 0x7FFFFFFFu;
-    }
+    uint32_t* copy = s->stateArray + stateArrayBytes(width, height) / 4;
+    const uint32_t largest = copyInStripeColumns(src, srcStep, width, height, copy);
     // The OR has the same highest bit as the largest magnitude.
     int32_t planes = 0;
     while (planes < 31 && (largest >> planes) != 0) ++planes;
@@ -188,7 +214,9 @@ LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
     const bool bypass = (codeStyleFlags & kFlagBypass) != 0;
     const bool segmentation = (codeStyleFlags & kFlagSegmentationSymbol) != 0;
     EncodeModel m{};
-    m.src = StripeRows<const uint8_t>(src, srcStep);
+    m.copy = copy;
+    m.words = copy;
+    m.stripeWords = 4 * width;
     m.decisions = rec->decisions;
     m.labels = rec->labels;
 
@@ -354,10 +382,14 @@ bool storeBits(CodeBlockEncodeState* s, uint8_t* dst, int32_t* length) {
             rec->raw = raw;
         } else {
             const uint8_t* labels = rec->labels + rec->readSymbol - rec->readDecision;
-            MqEncoderRegisters mq = rec->mq;
-            uint8_t* contexts = rec->contexts;
-            for (; d < n && !out.full(); ++d) mqEncode(mq, contexts[labels[d]], decisions[d], out);
-            rec->mq = mq;
+            // Runs short enough that the buffer cannot fill before their
+            // last decision: the room is checked per run, not per decision.
+            while (d < n && !out.full()) {
+                const int32_t room = out.capacity - out.written;
+                const int32_t run = std::min(n - d, std::max(1, room / kMqMaxBytesPerDecision));
+                mqEncodeRun(rec->mq, rec->contexts, labels + d, decisions + d, run, out);
+                d += run;
+            }
         }
         rec->readSymbol += d - rec->readDecision;
         rec->readDecision = d;

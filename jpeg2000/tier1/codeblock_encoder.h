@@ -34,6 +34,12 @@ constexpr int64_t symbolCapacity(int32_t width, int32_t height) {
     return int64_t{width} * kDecisionsPerStripeColumn * ((int64_t{height} + 3) / 4);
 }
 
+// Bytes of the encoder's copy of a block in stripe-column order (whole
+// stripes), kept after the state array in the same allocation.
+constexpr int64_t stripeCopyBytes(int32_t width, int32_t height) {
+    return int64_t{width} * ((int64_t{height} + 3) / 4) * 16;
+}
+
 }  // namespace zeq::t1
 
 // The coding record: coder registers, the recorded decisions and the per-pass

@@ -61,6 +61,9 @@ inline constexpr std::array<MqTransition, 94> kMqTransitions = makeMqTransitions
 
 // ---- Encoder ----------------------------------------------------------------
 
+// The contexts of one code block (the labels of the tier-1 context model).
+constexpr int kMqContextCount = 19;
+
 // Registers of the encoder. `pending` is the byte B that a carry may still
 // reach; before the first byte-out of a segment it is a placeholder that is
 // never written (byteOuts == 0).
@@ -95,14 +98,16 @@ inline void mqByteOut(MqEncoderRegisters& r, Sink& sink) {
     }
 }
 
-template <class Sink>
-inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision, Sink& sink) {
+// The interval update of one decision: false when no renormalization
+// follows (an MPS that leaves A at or above half the interval).
+[[gnu::always_inline]] inline bool mqEncodeInterval(MqEncoderRegisters& r, uint8_t& context,
+                                                    int decision) {
     const MqTransition t = kMqTransitions[context];
     r.a -= t.qe;
     if (decision == (context & 1)) {
         if (r.a & 0x8000u) {
             r.c += t.qe;
-            return;
+            return false;
         }
         if (r.a < t.qe)
             r.a = t.qe;
@@ -116,19 +121,45 @@ inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision, Sink
             r.a = t.qe;
         context = t.afterLps;
     }
-    const int shift = __builtin_clz(r.a) - 16;
-    if (shift < r.ct) {  // no byte-out within the shift
-        r.a <<= shift;
-        r.c <<= shift;
-        r.ct -= shift;
-        return;
-    }
-    do {
-        r.a <<= 1;
-        r.c <<= 1;
-        if (--r.ct == 0) mqByteOut(r, sink);
-    } while (!(r.a & 0x8000u));
+    return true;
 }
+
+// One decision. The renormalization shifts up to each byte-out at once
+// rather than bit by bit.
+template <class Sink>
+[[gnu::always_inline]] inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision,
+                                            Sink& sink) {
+    if (!mqEncodeInterval(r, context, decision)) return;
+    int shift = __builtin_clz(r.a) - 16;
+    while (__builtin_expect(shift >= r.ct, 0)) {
+        r.a <<= r.ct;
+        r.c <<= r.ct;
+        shift -= r.ct;
+        mqByteOut(r, sink);
+    }
+    r.a <<= shift;
+    r.c <<= shift;
+    r.ct -= shift;
+}
+
+// Codes a run of recorded decisions (decision and context label arrays):
+// the registers and the contexts stay in locals for the whole run, and the
+// sink is entered only at byte-outs.
+template <class Sink>
+[[gnu::always_inline]] inline void mqEncodeRun(MqEncoderRegisters& registers, uint8_t* contexts,
+                                               const uint8_t* labels, const uint8_t* decisions,
+                                               int32_t count, Sink& sink) {
+    MqEncoderRegisters r = registers;
+    uint8_t cx[kMqContextCount];
+    for (int i = 0; i < kMqContextCount; ++i) cx[i] = contexts[i];
+    for (int32_t i = 0; i < count; ++i) mqEncode(r, cx[labels[i]], decisions[i], sink);
+    for (int i = 0; i < kMqContextCount; ++i) contexts[i] = cx[i];
+    registers = r;
+}
+
+// Most bytes one decision can push out: a renormalisation shifts at most 15
+// bits, and a byte-out comes at most every 7.
+constexpr int32_t kMqMaxBytesPerDecision = 3;
 
 // Collects the bytes of a termination so that a final 0xFF can be dropped:
 // decoders read missing bytes as 0xFF, and a segment never ends on 0xFF.

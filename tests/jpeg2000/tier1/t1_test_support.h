@@ -151,7 +151,10 @@ inline Decoded decodeProgressive(const Block& shape, const std::vector<uint8_t>&
     for (int32_t len : segmentLengths) {
         d.status = zeqiDecodeCBProgrStep_JPEG2K(
             offset < bytes.size() ? bytes.data() + offset : &none, len, state);
-        offset += static_cast<size_t>(len);
+        // As the one-shot decoder does: a negative length does not move the
+        // input back (wrapping the offset would hand the decoder one byte
+        // for a longer segment).
+        offset += static_cast<size_t>(std::max(len, 0));
         if (d.status != StatusOk) break;
     }
     EXPECT_EQ(zeqiDecodeCBProgrGetCurBitPlaneNum_JPEG2K(state, &d.bitPlane), StatusOk);

@@ -1,0 +1,84 @@
+// Sample conversions of the JPEG 2000 decoder, SSE2 with scalar tails: code-
+// block words to coefficients and reconstructed samples to bytes.
+#ifndef ZEQCODEC_J2K_SAMPLES_H
+#define ZEQCODEC_J2K_SAMPLES_H
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+namespace zeqcodec::j2k {
+
+// Code-block words (sign and magnitude) to signed coefficients with the
+// magnitude capped at `limit`.
+inline void reversibleCoefficients(const int32_t* src, int32_t* dst, int32_t n, int32_t limit) {
+    const __m128i magnitudeMask = _mm_set1_epi32(0x7FFFFFFF), top = _mm_set1_epi32(limit);
+    int32_t x = 0;
+    for (; x + 4 <= n; x += 4) {
+        const __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + x));
+        __m128i m = _mm_and_si128(w, magnitudeMask);
+        const __m128i over = _mm_cmpgt_epi32(m, top);
+        m = _mm_or_si128(_mm_andnot_si128(over, m), _mm_and_si128(over, top));
+        const __m128i negative = _mm_srai_epi32(w, 31);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x),
+                         _mm_sub_epi32(_mm_xor_si128(m, negative), negative));
+    }
+    for (; x < n; ++x) {
+        const int32_t m = std::min(src[x] & 0x7FFFFFFF, limit);
+        dst[x] = src[x] < 0 ? -m : m;
+    }
+}
+
+// Code-block words to coefficients scaled by `scale` (magnitude capped at
+// `top`, then rounded half up), in single precision.
+inline void irreversibleCoefficients(const int32_t* src, int32_t* dst, int32_t n, float scale,
+                                     float top) {
+    const __m128i magnitudeMask = _mm_set1_epi32(0x7FFFFFFF);
+    const __m128 s = _mm_set1_ps(scale), t = _mm_set1_ps(top), half = _mm_set1_ps(0.5f);
+    int32_t x = 0;
+    for (; x + 4 <= n; x += 4) {
+        const __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + x));
+        const __m128 m = _mm_cvtepi32_ps(_mm_and_si128(w, magnitudeMask));
+        const __m128i r = _mm_cvttps_epi32(_mm_add_ps(_mm_min_ps(_mm_mul_ps(m, s), t), half));
+        const __m128i negative = _mm_srai_epi32(w, 31);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x),
+                         _mm_sub_epi32(_mm_xor_si128(r, negative), negative));
+    }
+    for (; x < n; ++x) {
+        const float m = static_cast<float>(src[x] & 0x7FFFFFFF);
+        const int32_t r = static_cast<int32_t>(std::min(m * scale, top) + 0.5f);
+        dst[x] = src[x] < 0 ? -r : r;
+    }
+}
+
+// Samples to bytes: rounded shift right, level shift by 128, clamp to
+// 0..255. The rounding takes bit shift - 1 instead of adding half first, so
+// no sum can overflow; the packs saturate exactly where the clamp would.
+inline void samplesToBytes(const int32_t* src, uint8_t* dst, size_t n, int32_t shift) {
+    const __m128i offset = _mm_set1_epi16(128), one = _mm_set1_epi32(1);
+    auto level = [&](const int32_t* p) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        if (shift == 0) return v;
+        return _mm_add_epi32(_mm_sra_epi32(v, _mm_cvtsi32_si128(shift)),
+                             _mm_and_si128(_mm_sra_epi32(v, _mm_cvtsi32_si128(shift - 1)), one));
+    };
+    size_t i = 0;
+    for (; i + 16 <= n; i += 16) {
+        const __m128i a =
+            _mm_adds_epi16(_mm_packs_epi32(level(src + i), level(src + i + 4)), offset);
+        const __m128i b =
+            _mm_adds_epi16(_mm_packs_epi32(level(src + i + 8), level(src + i + 12)), offset);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), _mm_packus_epi16(a, b));
+    }
+    for (; i < n; ++i) {
+        const int32_t v = src[i];
+        const int32_t t = shift == 0 ? v : (v >> shift) + ((v >> (shift - 1)) & 1);
+        dst[i] = static_cast<uint8_t>(std::clamp(t, -128, 127) + 128);
+    }
+}
+
+}  // namespace zeqcodec::j2k
+
+#endif

@@ -1,0 +1,260 @@
+// The register-resident reader of the block decoders. It keeps the unread
+// bits left-aligned in one 64-bit word and takes plain bytes eight at a time
+// (the data of a bounded source) or one at a time (a source that only a
+// marker ends), so a decoding step peeks with a constant shift and consumes
+// with one shift.
+//
+// The caller-visible reader holds at most 32 bits and takes bytes only when
+// a step lacks bits; what it would hold is followed as one count updated at
+// its fill points, and its byte position and 32-bit buffer are worked out
+// from the source once, when the bits are handed back. A step runs here only
+// when the word holds enough bits for every fill that step can make (so those
+// fills never meet a marker, a fill byte or the end); otherwise the reader
+// hands its exact state to the general reader of bit_reader.h, at a step
+// boundary.
+#ifndef ZEQ_JPEG_ENTROPY_BLOCK_BIT_READER_H
+#define ZEQ_JPEG_ENTROPY_BLOCK_BIT_READER_H
+
+#include <cstdint>
+#include <cstring>
+
+#include "jpeg/entropy/bit_reader.h"
+
+namespace zeq {
+
+// Bits a step (a code of up to 16 bits, then up to 15 extra bits) needs in
+// the word so that each fill of the caller-visible reader, which leaves it
+// at most 32 bits, finds its bytes read already.
+constexpr int kBitsForStep = kReadAheadBits + kMaxCodeLength;
+constexpr int kWordBits = 64;
+
+// The caller-visible count after a fill from `count`: bytes are taken while
+// 24 or fewer bits are valid, so it lands on 25..32, congruent modulo 8.
+ZEQ_ENTROPY_INLINE int filledCount(int count) { return kFillBelow + ((count + 7) & 7); }
+ZEQ_ENTROPY_INLINE int countBeforeTaking(int count, int needed) {
+    return count < needed ? filledCount(count) : count;
+}
+
+// True when a byte of the word is 0xFF.
+ZEQ_ENTROPY_INLINE bool hasByteFF(uint64_t word) {
+    const uint64_t inverted = ~word;
+    return ((inverted - 0x0101010101010101ull) & word & 0x8080808080808080ull) != 0;
+}
+
+// The reader's moving parts, kept together so that the rare byte-wise path
+// can take and return them by value while the hot loop keeps them in
+// registers.
+struct WordBits {
+    uint64_t word;    // unread bits from the top; zero or stream bits below them
+    int32_t pos;      // past the last source byte taken into word
+    int avail;        // unread bits in word
+    int count;        // the bits the caller-visible reader holds (<= avail)
+    int32_t stuffed;  // stuffed pairs taken
+};
+
+// Bytes while the word has room for one: plain ones and stuffed pairs, up to
+// a marker, a fill byte or the end (kBounded: `len`). A run of plain bytes
+// is taken eight at a time where the source allows a load of eight.
+template <SourceEnd kEnd>
+__attribute__((noinline)) WordBits readWordBytes(WordBits b, const uint8_t* src, int32_t len) {
+    b.word &= ~(~uint64_t{0} >> b.avail);  // no stream bits below the valid ones
+    while (b.avail <= kWordBits - 8) {
+        if (kEnd == SourceEnd::Bounded && b.pos >= len) break;
+        const uint8_t byte = src[b.pos];
+        if (byte == 0xFF) {
+            if (kEnd == SourceEnd::Bounded && int64_t{len} - b.pos < 2) break;
+            if (src[b.pos + 1] != 0x00) break;
+            ++b.stuffed;
+            ++b.pos;
+        }
+        ++b.pos;
+        b.word |= uint64_t{byte} << (kWordBits - 8 - b.avail);
+        b.avail += 8;
+    }
+    return b;
+}
+
+template <SourceEnd kEnd>
+class BlockBitReader {
+public:
+    // Opens at the caller's position with the caller's buffer and count (a
+    // count outside 0..32 taken as the nearest of the two).
+    BlockBitReader(const uint8_t* src, int32_t srcLen, int32_t pos, uint32_t buffer, int32_t count)
+        : src_(src), len_(srcLen), startPos_(pos), startBuffer_(buffer) {
+        const int held = count < 0 ? 0 : (count > kReadAheadBits ? kReadAheadBits : count);
+        b_.word = (uint64_t{buffer} << kReadAheadBits) << (kReadAheadBits - held);
+        b_.pos = pos;
+        b_.avail = held;
+        b_.count = held;
+        b_.stuffed = 0;
+    }
+
+    // Makes sure the word holds the bits of one whole step; false when the
+    // bytes ahead do not allow it (an unstuffed 0xFF, the end).
+    ZEQ_ENTROPY_INLINE bool readyForStep() {
+        if (__builtin_expect(b_.avail >= kBitsForStep, 1)) return true;
+        if (kEnd == SourceEnd::Bounded) {
+            while (b_.pos <= len_ - 8) {
+                uint64_t bytes;
+                std::memcpy(&bytes, src_ + b_.pos, 8);
+                const uint64_t inverted = ~bytes;
+                // Bytes of 0xFF flagged; flags above the first may be false, the first is exact.
+                const uint64_t flags =
+                    (inverted - 0x0101010101010101ull) & bytes & 0x8080808080808080ull;
+                const int room = (kWordBits - 1 - b_.avail) >> 3;
+                if (__builtin_expect(flags == 0, 1)) {
+                    // Bits past the last whole byte taken are the stream's
+                    // own; the next load ORs the same bits over them.
+                    b_.word |= __builtin_bswap64(bytes) >> b_.avail;
+                    b_.pos += room;
+                    b_.avail |= kWordBits - 8;
+                    return true;
+                }
+                // The plain bytes before the first 0xFF, then the 0xFF of a
+                // stuffed pair; anything else is left to the byte reader.
+                const int plain = __builtin_ctzll(flags) >> 3;
+                const uint64_t kept = plain == 0 ? 0
+                                                 : __builtin_bswap64(bytes) &
+                                                       (~uint64_t{0} << (kWordBits - 8 * plain));
+                b_.word |= kept >> b_.avail;
+                if (plain >= room) {
+                    b_.pos += room;
+                    b_.avail += 8 * room;
+                    return true;
+                }
+                b_.pos += plain;
+                b_.avail += 8 * plain;
+                if (b_.pos + 1 >= len_ || src_[b_.pos + 1] != 0x00) break;
+                b_.word |= uint64_t{0xFF} << (kWordBits - 8 - b_.avail);
+                b_.pos += 2;
+                b_.avail += 8;
+                ++b_.stuffed;
+                if (b_.avail >= kBitsForStep) return true;
+            }
+        }
+        b_ = readWordBytes<kEnd>(b_, src_, len_);
+        return b_.avail >= kBitsForStep;
+    }
+
+    // The next 8 bits, first stream bit highest.
+    ZEQ_ENTROPY_INLINE uint32_t peek8() const {
+        return static_cast<uint32_t>(b_.word >> (kWordBits - kFastLookupBits));
+    }
+    ZEQ_ENTROPY_INLINE uint32_t peek17() const {
+        return static_cast<uint32_t>(b_.word >> (kWordBits - kMaxCodeLength - 1));
+    }
+    ZEQ_ENTROPY_INLINE void skip(int n) {
+        b_.word <<= n;
+        b_.avail -= n;
+    }
+
+    // A symbol from the fast table (length 1..8 in `entry`); false when the
+    // entry sends the code to the long search.
+    ZEQ_ENTROPY_INLINE bool fastSymbol(const HuffmanDecodeSpec* table, int* s) {
+        const uint32_t entry = loadField<uint32_t>(table, kFastLookupAt, peek8());
+        const uint32_t length = entry >> 16;
+        if (__builtin_expect(length - 1 >= uint32_t{kFastLookupBits}, 0)) return false;
+        b_.count = countBeforeTaking(b_.count, kFastLookupBits) - static_cast<int>(length);
+        skip(static_cast<int>(length));
+        *s = static_cast<int>(entry & 0xFFFF);
+        return true;
+    }
+
+    // A code of 9 to 16 bits; false (nothing consumed) when no code of up to
+    // 16 bits matches, which the general reader reports. The caller-visible
+    // reader tops up below 8 bits, makes sure of 9, and fills once more when
+    // it runs out mid-code.
+    ZEQ_ENTROPY_INLINE bool longSymbol(const HuffmanDecodeSpec* table, int* s) {
+        constexpr int kWindow = kMaxCodeLength + 1;
+        const uint32_t window = peek17();
+        const int length = longCodeLength(table, window);
+        if (length > kMaxCodeLength) return false;
+        const int held =
+            countBeforeTaking(countBeforeTaking(b_.count, kFastLookupBits), kFastLookupBits + 1);
+        b_.count = held - length + (held < length ? kReadAheadBits : 0);
+        skip(length);
+        const uint32_t code = window >> (kWindow - length);
+        const uint32_t first =
+            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, minCode), length);
+        const uint32_t index =
+            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, valueIndex), length);
+        *s = loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, symbols),
+                                 (index + code - first) & (kHuffmanSymbols - 1));
+        return true;
+    }
+
+    ZEQ_ENTROPY_INLINE bool symbol(const HuffmanDecodeSpec* table, int* s) {
+        return fastSymbol(table, s) || longSymbol(table, s);
+    }
+
+    // s (1..15) extra bits, sign-extended: with the top bit 0 they stand for
+    // v + 1 - 2^s.
+    ZEQ_ENTROPY_INLINE int32_t extended(int s) {
+        b_.count = countBeforeTaking(b_.count, s) - s;
+        const uint32_t low = kLowBitMasks[s];
+        const uint32_t negative = static_cast<uint32_t>(static_cast<int64_t>(~b_.word) >> 63);
+        const uint32_t v =
+            static_cast<uint32_t>((b_.word << s) | (b_.word >> (kWordBits - s))) & low;
+        skip(s);
+        return static_cast<int32_t>(v - (negative & low));
+    }
+
+    // The caller-visible position, buffer and count.
+    struct Handback {
+        int32_t pos;
+        uint32_t buffer;
+        int32_t count;
+    };
+    Handback handback() const {
+        const int aheadBytes = (b_.avail - b_.count) >> 3;
+        Handback h{b_.pos - aheadBytes, 0, b_.count};
+        if (__builtin_expect(b_.stuffed == 0, 1)) {
+            if (h.pos - startPos_ >= 4) {
+                uint32_t last;
+                std::memcpy(&last, src_ + h.pos - 4, 4);
+                h.buffer = __builtin_bswap32(last);
+                return h;
+            }
+        } else {
+            h.pos = b_.pos;
+            for (int i = 0; i < aheadBytes; ++i) h.pos -= dataByteBefore(h.pos).raw;
+        }
+        // The last four data bytes before the position, the older ones from
+        // the buffer the reader was opened with.
+        int32_t p = h.pos;
+        for (int i = 0; i < 4; ++i) {
+            if (p == startPos_) {
+                h.buffer |= i == 0 ? startBuffer_ : startBuffer_ << (8 * i);
+                break;
+            }
+            const DataByte d = dataByteBefore(p);
+            h.buffer |= uint32_t{d.value} << (8 * i);
+            p -= d.raw;
+        }
+        return h;
+    }
+
+private:
+    static constexpr size_t kFastLookupAt = offsetof(HuffmanDecodeSpec, fastLookup);
+
+    struct DataByte {
+        uint8_t value;
+        int raw;  // source bytes it took: 2 for a stuffed 0xFF
+    };
+    // The data byte that ends at p (p past startPos_): a 0x00 after a 0xFF
+    // is the stuffing of a data 0xFF (the only 0xFF this reader takes).
+    DataByte dataByteBefore(int32_t p) const {
+        if (src_[p - 1] == 0x00 && p - 2 >= startPos_ && src_[p - 2] == 0xFF) return {0xFF, 2};
+        return {src_[p - 1], 1};
+    }
+
+    const uint8_t* src_;
+    int32_t len_;
+    int32_t startPos_;
+    uint32_t startBuffer_;
+    WordBits b_;
+};
+
+}  // namespace zeq
+
+#endif  // ZEQ_JPEG_ENTROPY_BLOCK_BIT_READER_H

@@ -31,8 +31,15 @@ constexpr int kWordBits = 64;
 // The caller-visible count after a fill from `count`: bytes are taken while
 // 24 or fewer bits are valid, so it lands on 25..32, congruent modulo 8.
 ZEQ_ENTROPY_INLINE int filledCount(int count) { return kFillBelow + ((count + 7) & 7); }
+// A conditional move, not a branch: whether a step fills is as random as
+// the bits, and the compiler left to itself branches.
 ZEQ_ENTROPY_INLINE int countBeforeTaking(int count, int needed) {
-    return count < needed ? filledCount(count) : count;
+    const int filled = filledCount(count);
+    __asm__("cmpl %[needed], %[count]\n\tcmovl %[filled], %[count]"
+            : [count] "+r"(count)
+            : [needed] "ri"(needed), [filled] "r"(filled)
+            : "cc");
+    return count;
 }
 
 // True when a byte of the word is 0xFF.
@@ -52,17 +59,44 @@ struct WordBits {
     int32_t stuffed;  // stuffed pairs taken
 };
 
-// Bytes while the word has room for one: plain ones and stuffed pairs, up to
-// a marker, a fill byte or the end (kBounded: `len`). A run of plain bytes
-// is taken eight at a time where the source allows a load of eight.
-template <SourceEnd kEnd>
-__attribute__((noinline)) WordBits readWordBytes(WordBits b, const uint8_t* src, int32_t len) {
+// Up to eight source bytes from the position (there must be eight): the
+// plain ones before the first 0xFF, as many as fit in the word.
+ZEQ_ENTROPY_INLINE void takePlainBytes(WordBits& b, const uint8_t* src) {
+    uint64_t bytes;
+    std::memcpy(&bytes, src + b.pos, 8);
+    // Bytes of 0xFF flagged (flags above the first may be false, the first
+    // is exact); with none, 7 plain bytes count, all that fit.
+    const uint64_t flags =
+        ((~bytes - 0x0101010101010101ull) & bytes & 0x8080808080808080ull) | (uint64_t{1} << 63);
+    const int plain = __builtin_ctzll(flags) >> 3;
+    const int room = (kWordBits - 1 - b.avail) >> 3;
+    const int taken = plain < room ? plain : room;
+    // Plain bytes past those taken land below the valid bits: they are the
+    // stream's own, and later loads OR the same bits there.
+    b.word |= (__builtin_bswap64(bytes) & ~(~uint64_t{0} >> (8 * plain))) >> b.avail;
+    b.pos += taken;
+    b.avail += 8 * taken;
+}
+
+// The bytes of a step across a 0xFF or near the end of a bounded source, while
+// the word has room for one: stuffed pairs and plain bytes, up to a marker,
+// a fill byte or the end.
+__attribute__((noinline)) inline WordBits readAcrossBytes(WordBits b, const uint8_t* src,
+                                                          int32_t len) {
+    while (b.pos <= len - 8 && src[b.pos] == 0xFF && src[b.pos + 1] == 0x00) {
+        b.word |= uint64_t{0xFF} << (kWordBits - 8 - b.avail);
+        b.pos += 2;
+        b.avail += 8;
+        ++b.stuffed;
+        if (b.pos <= len - 8) takePlainBytes(b, src);
+        if (b.avail >= kBitsForStep) return b;
+    }
     b.word &= ~(~uint64_t{0} >> b.avail);  // no stream bits below the valid ones
-    while (b.avail <= kWordBits - 8) {
-        if (kEnd == SourceEnd::Bounded && b.pos >= len) break;
+    while (b.avail < kWordBits - 8) {
+        if (b.pos >= len) break;
         const uint8_t byte = src[b.pos];
         if (byte == 0xFF) {
-            if (kEnd == SourceEnd::Bounded && int64_t{len} - b.pos < 2) break;
+            if (int64_t{len} - b.pos < 2) break;
             if (src[b.pos + 1] != 0x00) break;
             ++b.stuffed;
             ++b.pos;
@@ -90,50 +124,35 @@ public:
     }
 
     // Makes sure the word holds the bits of one whole step; false when the
-    // bytes ahead do not allow it (an unstuffed 0xFF, the end).
+    // bytes ahead do not allow it (an unstuffed 0xFF, the end). A bounded
+    // source is read without a branch on the data: the plain bytes of eight
+    // loaded ones, as many as fit.
     ZEQ_ENTROPY_INLINE bool readyForStep() {
-        if (__builtin_expect(b_.avail >= kBitsForStep, 1)) return true;
         if (kEnd == SourceEnd::Bounded) {
-            while (b_.pos <= len_ - 8) {
-                uint64_t bytes;
-                std::memcpy(&bytes, src_ + b_.pos, 8);
-                const uint64_t inverted = ~bytes;
-                // Bytes of 0xFF flagged; flags above the first may be false, the first is exact.
-                const uint64_t flags =
-                    (inverted - 0x0101010101010101ull) & bytes & 0x8080808080808080ull;
-                const int room = (kWordBits - 1 - b_.avail) >> 3;
-                if (__builtin_expect(flags == 0, 1)) {
-                    // Bits past the last whole byte taken are the stream's
-                    // own; the next load ORs the same bits over them.
-                    b_.word |= __builtin_bswap64(bytes) >> b_.avail;
-                    b_.pos += room;
-                    b_.avail |= kWordBits - 8;
-                    return true;
-                }
-                // The plain bytes before the first 0xFF, then the 0xFF of a
-                // stuffed pair; anything else is left to the byte reader.
-                const int plain = __builtin_ctzll(flags) >> 3;
-                const uint64_t kept = plain == 0 ? 0
-                                                 : __builtin_bswap64(bytes) &
-                                                       (~uint64_t{0} << (kWordBits - 8 * plain));
-                b_.word |= kept >> b_.avail;
-                if (plain >= room) {
-                    b_.pos += room;
-                    b_.avail += 8 * room;
-                    return true;
-                }
-                b_.pos += plain;
-                b_.avail += 8 * plain;
-                if (b_.pos + 1 >= len_ || src_[b_.pos + 1] != 0x00) break;
-                b_.word |= uint64_t{0xFF} << (kWordBits - 8 - b_.avail);
-                b_.pos += 2;
-                b_.avail += 8;
-                ++b_.stuffed;
-                if (b_.avail >= kBitsForStep) return true;
+            if (__builtin_expect(b_.avail >= kBitsForStep, 1)) return true;
+            if (__builtin_expect(b_.pos <= len_ - 8, 1)) {
+                takePlainBytes(b_, src_);
+                if (__builtin_expect(b_.avail >= kBitsForStep, 1)) return true;
             }
+            b_ = readAcrossBytes(b_, src_, len_);
+            return b_.avail >= kBitsForStep;
         }
-        b_ = readWordBytes<kEnd>(b_, src_, len_);
-        return b_.avail >= kBitsForStep;
+        // Only a marker ends this source: bytes one at a time, no further
+        // than the first 0xFF that is not stuffing.
+        if (b_.avail >= kBitsForStep) return true;
+        b_.word &= ~(~uint64_t{0} >> b_.avail);
+        do {
+            const uint8_t byte = src_[b_.pos];
+            if (__builtin_expect(byte == 0xFF, 0)) {
+                if (src_[b_.pos + 1] != 0x00) return b_.avail >= kBitsForStep;
+                ++b_.stuffed;
+                ++b_.pos;
+            }
+            ++b_.pos;
+            b_.word |= uint64_t{byte} << (kWordBits - 8 - b_.avail);
+            b_.avail += 8;
+        } while (b_.avail < kWordBits - 8);
+        return true;
     }
 
     // The next 8 bits, first stream bit highest.

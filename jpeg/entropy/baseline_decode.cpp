@@ -33,15 +33,16 @@ ZEQ_ENTROPY_INLINE bool decodeBlockInWord(BlockBitReader<kEnd>& in, int16_t* dst
                                           const HuffmanDecodeSpec* dc, const HuffmanDecodeSpec* ac,
                                           int& reached, ZeqStatus& status) {
     int symbol;
-    if (!in.readyForStep() || !in.symbol(dc, &symbol)) return false;
+    if (!in.readyForStep() || !in.symbol(dc, LongCodeLimits(dc), &symbol)) return false;
     const int s = symbol & kCategoryMask;
     const int32_t diff = s != 0 ? in.extended(s) : 0;
     *lastDC = static_cast<int16_t>(*lastDC + diff);
     dst[0] = *lastDC;
     int next = 1;
     status = StatusOk;
+    const LongCodeLimits acLimits(ac);
     while (next < kBlockSize) {
-        if (!in.readyForStep() || !in.symbol(ac, &symbol)) {
+        if (!in.readyForStep() || !in.symbol(ac, acLimits, &symbol)) {
             reached = next;
             return false;
         }

@@ -60,37 +60,34 @@ struct WordBits {
 };
 
 // Up to eight source bytes from the position (there must be eight): the
-// plain ones before the first 0xFF, as many as fit in the word.
+// plain ones before the first 0xFF, and that 0xFF when a 0x00 follows it
+// among the eight (a stuffed pair), as many as fit in the word.
 ZEQ_ENTROPY_INLINE void takePlainBytes(WordBits& b, const uint8_t* src) {
     uint64_t bytes;
     std::memcpy(&bytes, src + b.pos, 8);
     // Bytes of 0xFF flagged (flags above the first may be false, the first
-    // is exact); with none, 7 plain bytes count, all that fit.
+    // is exact); with none among the first seven, 7 plain bytes count.
     const uint64_t flags =
         ((~bytes - 0x0101010101010101ull) & bytes & 0x8080808080808080ull) | (uint64_t{1} << 63);
     const int plain = __builtin_ctzll(flags) >> 3;
+    const int pair = (((bytes >> (8 * plain)) & 0xFF00) == 0) & (plain != 7);
+    const int data = plain + pair;
     const int room = (kWordBits - 1 - b.avail) >> 3;
-    const int taken = plain < room ? plain : room;
-    // Plain bytes past those taken land below the valid bits: they are the
+    const int taken = data < room ? data : room;
+    const int pairTaken = taken > plain;  // the 0xFF of a pair is among those taken
+    // Data bytes past those taken land below the valid bits: they are the
     // stream's own, and later loads OR the same bits there.
-    b.word |= (__builtin_bswap64(bytes) & ~(~uint64_t{0} >> (8 * plain))) >> b.avail;
-    b.pos += taken;
+    b.word |= (__builtin_bswap64(bytes) & ~(~uint64_t{0} >> (8 * data))) >> b.avail;
+    b.pos += taken + pairTaken;
+    b.stuffed += pairTaken;
     b.avail += 8 * taken;
 }
 
-// The bytes of a step across a 0xFF or near the end of a bounded source, while
-// the word has room for one: stuffed pairs and plain bytes, up to a marker,
-// a fill byte or the end.
+// The bytes of a step near the end of a bounded source or across a second
+// 0xFF, one at a time while the word has room for one: plain bytes and
+// stuffed pairs, up to a marker, a fill byte or the end.
 __attribute__((noinline)) inline WordBits readAcrossBytes(WordBits b, const uint8_t* src,
                                                           int32_t len) {
-    while (b.pos <= len - 8 && src[b.pos] == 0xFF && src[b.pos + 1] == 0x00) {
-        b.word |= uint64_t{0xFF} << (kWordBits - 8 - b.avail);
-        b.pos += 2;
-        b.avail += 8;
-        ++b.stuffed;
-        if (b.pos <= len - 8) takePlainBytes(b, src);
-        if (b.avail >= kBitsForStep) return b;
-    }
     b.word &= ~(~uint64_t{0} >> b.avail);  // no stream bits below the valid ones
     while (b.avail < kWordBits - 8) {
         if (b.pos >= len) break;
@@ -183,13 +180,15 @@ public:
     // 16 bits matches, which the general reader reports. The caller-visible
     // reader tops up below 8 bits, makes sure of 9, and fills once more when
     // it runs out mid-code.
-    ZEQ_ENTROPY_INLINE bool longSymbol(const HuffmanDecodeSpec* table, int* s) {
+    ZEQ_ENTROPY_INLINE bool longSymbol(const HuffmanDecodeSpec* table, const LongCodeLimits& limits,
+                                       int* s) {
         constexpr int kWindow = kMaxCodeLength + 1;
         const uint32_t window = peek17();
-        const int length = longCodeLength(table, window);
+        const int length = longCodeLength(limits, window);
         if (length > kMaxCodeLength) return false;
-        const int held =
-            countBeforeTaking(countBeforeTaking(b_.count, kFastLookupBits), kFastLookupBits + 1);
+        // Topping up below 8 bits leaves 25 or more; with exactly 8 the
+        // second check fills.
+        const int held = countBeforeTaking(b_.count, kFastLookupBits + 1);
         b_.count = held - length + (held < length ? kReadAheadBits : 0);
         skip(length);
         const uint32_t code = window >> (kWindow - length);
@@ -202,8 +201,9 @@ public:
         return true;
     }
 
-    ZEQ_ENTROPY_INLINE bool symbol(const HuffmanDecodeSpec* table, int* s) {
-        return fastSymbol(table, s) || longSymbol(table, s);
+    ZEQ_ENTROPY_INLINE bool symbol(const HuffmanDecodeSpec* table, const LongCodeLimits& limits,
+                                   int* s) {
+        return fastSymbol(table, s) || longSymbol(table, limits, s);
     }
 
     // s (1..15) extra bits, sign-extended: with the top bit 0 they stand for

@@ -155,8 +155,10 @@ ZEQ_ENTROPY_INLINE ZeqStatus decodeBlock(const uint8_t* src, int32_t srcLen, Rea
     ZeqStatus status = StatusOk;
     if (*marker == 0) {
         BlockBitReader<kEnd> word(src, srcLen, at.pos, at.buffer, at.count);
+        parkInMemory(at);
         const bool finished = decodeBlockInWord(word, dst, lastDC, dc, ac, next, status);
-        const auto h = word.handback();
+        parkInMemory(at);
+        const auto h = word.handback(at.pos, at.buffer);
         at = {h.pos, h.buffer, h.count};
         if (finished) {
             covered = next;
@@ -177,10 +179,14 @@ ZeqStatus decodeBlockWithState(const uint8_t* src, int32_t srcLen, int32_t* srcP
                                const HuffmanDecodeSpec* ac, HuffmanDecodeState* state) {
     const BitPosition p = loadBitPosition(state);
     ReaderPosition at{*srcPos, static_cast<uint32_t>(p.buffer), p.count};
+    parkInMemory(srcPos);
+    parkInMemory(state);
     int covered;
     const ZeqStatus status =
         decodeBlock<SourceEnd::Bounded>(src, srcLen, at, dst, lastDC, marker, dc, ac, covered,
                                         [](StreamBitReader&) { return true; });
+    parkInMemory(srcPos);
+    parkInMemory(state);
     *srcPos = at.pos;
     storeBitPosition(state, {at.buffer, at.count});
     storeField<int32_t>(state, offsetof(HuffmanDecodeState, coveredCount), covered);

@@ -105,13 +105,20 @@ __attribute__((noinline)) inline WordBits readAcrossBytes(WordBits b, const uint
     return b;
 }
 
+// Keeps a value needed only before and after a block loop in memory from
+// here on, leaving its register to the loop.
+template <class T>
+ZEQ_ENTROPY_INLINE void parkInMemory(T& value) {
+    __asm__("" : "+m"(value));
+}
+
 template <SourceEnd kEnd>
 class BlockBitReader {
 public:
     // Opens at the caller's position with the caller's buffer and count (a
     // count outside 0..32 taken as the nearest of the two).
     BlockBitReader(const uint8_t* src, int32_t srcLen, int32_t pos, uint32_t buffer, int32_t count)
-        : src_(src), len_(srcLen), startPos_(pos), startBuffer_(buffer) {
+        : src_(src), len_(srcLen) {
         const int held = count < 0 ? 0 : (count > kReadAheadBits ? kReadAheadBits : count);
         b_.word = (uint64_t{buffer} << kReadAheadBits) << (kReadAheadBits - held);
         b_.pos = pos;
@@ -224,11 +231,12 @@ public:
         uint32_t buffer;
         int32_t count;
     };
-    Handback handback() const {
+    // The reader's start position and buffer, which it does not keep.
+    Handback handback(int32_t startPos, uint32_t startBuffer) const {
         const int aheadBytes = (b_.avail - b_.count) >> 3;
         Handback h{b_.pos - aheadBytes, 0, b_.count};
         if (__builtin_expect(b_.stuffed == 0, 1)) {
-            if (h.pos - startPos_ >= 4) {
+            if (h.pos - startPos >= 4) {
                 uint32_t last;
                 std::memcpy(&last, src_ + h.pos - 4, 4);
                 h.buffer = __builtin_bswap32(last);
@@ -236,17 +244,17 @@ public:
             }
         } else {
             h.pos = b_.pos;
-            for (int i = 0; i < aheadBytes; ++i) h.pos -= dataByteBefore(h.pos).raw;
+            for (int i = 0; i < aheadBytes; ++i) h.pos -= dataByteBefore(h.pos, startPos).raw;
         }
         // The last four data bytes before the position, the older ones from
         // the buffer the reader was opened with.
         int32_t p = h.pos;
         for (int i = 0; i < 4; ++i) {
-            if (p == startPos_) {
-                h.buffer |= i == 0 ? startBuffer_ : startBuffer_ << (8 * i);
+            if (p == startPos) {
+                h.buffer |= i == 0 ? startBuffer : startBuffer << (8 * i);
                 break;
             }
-            const DataByte d = dataByteBefore(p);
+            const DataByte d = dataByteBefore(p, startPos);
             h.buffer |= uint32_t{d.value} << (8 * i);
             p -= d.raw;
         }
@@ -260,17 +268,15 @@ private:
         uint8_t value;
         int raw;  // source bytes it took: 2 for a stuffed 0xFF
     };
-    // The data byte that ends at p (p past startPos_): a 0x00 after a 0xFF
-    // is the stuffing of a data 0xFF (the only 0xFF this reader takes).
-    DataByte dataByteBefore(int32_t p) const {
-        if (src_[p - 1] == 0x00 && p - 2 >= startPos_ && src_[p - 2] == 0xFF) return {0xFF, 2};
+    // The data byte that ends at p (p past startPos): a 0x00 after a 0xFF is
+    // the stuffing of a data 0xFF (the only 0xFF this reader takes).
+    DataByte dataByteBefore(int32_t p, int32_t startPos) const {
+        if (src_[p - 1] == 0x00 && p - 2 >= startPos && src_[p - 2] == 0xFF) return {0xFF, 2};
         return {src_[p - 1], 1};
     }
 
     const uint8_t* src_;
     int32_t len_;
-    int32_t startPos_;
-    uint32_t startBuffer_;
     WordBits b_;
 };
 

@@ -24,26 +24,39 @@ ZEQ_ENTROPY_INLINE void clearBlock(int16_t* dst) {
     _mm_storeu_si128(out + 7, zero);
 }
 
-// The block in registers while every step finds its bits in the word: true
-// when the block is finished (its status in `status`), false when the
-// general reader has to take over at `reached` (0: the DC symbol is still to
-// come), with nothing of the interrupted step consumed.
+// Where the word reader hands a block over to the general reader: the next
+// zigzag index (0: the DC symbol is still to come) and, when the handover
+// falls between a symbol and its extra bits, the category and the zigzag
+// index those bits belong to (0 for the DC difference).
+struct Handover {
+    int next = 0;
+    int pendingSize = 0;
+    int pendingIndex = 0;
+};
+
+// The block in the word reader: true when the block is finished (its status
+// in `status`, `at.next` the covered count), false when the general reader
+// has to go on from `at`.
 template <SourceEnd kEnd>
 ZEQ_ENTROPY_INLINE bool decodeBlockInWord(BlockBitReader<kEnd>& in, int16_t* dst, int16_t* lastDC,
                                           const HuffmanDecodeSpec* dc, const HuffmanDecodeSpec* ac,
-                                          int& reached, ZeqStatus& status) {
+                                          Handover& at, ZeqStatus& status) {
     int symbol;
-    if (!in.readyForStep() || !in.symbol(dc, LongCodeLimits(dc), &symbol)) return false;
+    if (!in.symbol(dc, LongCodeLimits(dc), &symbol)) return false;
+    int next = 1;
     const int s = symbol & kCategoryMask;
-    const int32_t diff = s != 0 ? in.extended(s) : 0;
+    int32_t diff = 0;
+    if (s != 0 && !in.extended(s, &diff)) {
+        at = {next, s, 0};
+        return false;
+    }
     *lastDC = static_cast<int16_t>(*lastDC + diff);
     dst[0] = *lastDC;
-    int next = 1;
     status = StatusOk;
     const LongCodeLimits acLimits(ac);
     while (next < kBlockSize) {
-        if (!in.readyForStep() || !in.symbol(ac, acLimits, &symbol)) {
-            reached = next;
+        if (!in.symbol(ac, acLimits, &symbol)) {
+            at = {next, 0, 0};
             return false;
         }
         const int run = (symbol >> 4) & 15;
@@ -59,9 +72,14 @@ ZEQ_ENTROPY_INLINE bool decodeBlockInWord(BlockBitReader<kEnd>& in, int16_t* dst
             status = StatusBlockOverrun;
             break;
         }
-        dst[kNaturalOfZigzagWithTail[k]] = static_cast<int16_t>(in.extended(size));
+        int32_t value;
+        if (!in.extended(size, &value)) {
+            at = {next, size, k};
+            return false;
+        }
+        dst[kNaturalOfZigzagWithTail[k]] = static_cast<int16_t>(value);
     }
-    reached = next;
+    at = {next, 0, 0};
     return true;
 }
 
@@ -101,11 +119,23 @@ ZEQ_ENTROPY_INLINE bool decodeACStep(Reader& in, ReaderBits& bits, int16_t* dst,
 // tests for bytes ahead.
 template <class Reader>
 ZeqStatus decodeBlockBody(Reader& in, int16_t* dst, int16_t* lastDC, const HuffmanDecodeSpec* dc,
-                          const HuffmanDecodeSpec* ac, int& next) {
+                          const HuffmanDecodeSpec* ac, const Handover& from, int& next) {
     ReaderBits bits = in.bits();
     in.readAhead(bits);
     ZeqStatus status = StatusOk;
-    if (next == 0) {
+    next = from.next;
+    if (from.pendingSize != 0) {
+        int32_t value;
+        status = in.extended(bits, from.pendingSize, &value);
+        if (status == StatusOk) {
+            if (from.pendingIndex == 0) {
+                *lastDC = static_cast<int16_t>(*lastDC + value);
+                dst[0] = *lastDC;
+            } else {
+                dst[kNaturalOfZigzagWithTail[from.pendingIndex]] = static_cast<int16_t>(value);
+            }
+        }
+    } else if (next == 0) {
         int symbol;
         status = in.symbol(bits, dc, &symbol);
         if (status == StatusOk) {
@@ -151,22 +181,23 @@ ZEQ_ENTROPY_INLINE ZeqStatus decodeBlock(const uint8_t* src, int32_t srcLen, Rea
                                          const HuffmanDecodeSpec* dc, const HuffmanDecodeSpec* ac,
                                          int& covered, BeforeDC before) {
     clearBlock(dst);
-    int next = 0;
+    Handover from;
     ZeqStatus status = StatusOk;
     if (*marker == 0) {
         BlockBitReader<kEnd> word(src, srcLen, at.pos, at.buffer, at.count);
         parkInMemory(at);
-        const bool finished = decodeBlockInWord(word, dst, lastDC, dc, ac, next, status);
+        const bool finished = decodeBlockInWord(word, dst, lastDC, dc, ac, from, status);
         parkInMemory(at);
         const auto h = word.handback(at.pos, at.buffer);
         at = {h.pos, h.buffer, h.count};
         if (finished) {
-            covered = next;
+            covered = from.next;
             return status;
         }
     }
     HuffmanBitReader<kEnd> in(src, srcLen, at.pos, marker, at.buffer, at.count);
-    if (next != 0 || before(in)) status = decodeBlockBody(in, dst, lastDC, dc, ac, next);
+    int next = from.next;
+    if (next != 0 || before(in)) status = decodeBlockBody(in, dst, lastDC, dc, ac, from, next);
     at = {in.position(), in.buffer(), in.count()};
     covered = next;
     return status;

@@ -120,109 +120,39 @@ public:
     BlockBitReader(const uint8_t* src, int32_t srcLen, int32_t pos, uint32_t buffer, int32_t count)
         : src_(src), len_(srcLen) {
         const int held = count < 0 ? 0 : (count > kReadAheadBits ? kReadAheadBits : count);
-        b_.word = (uint64_t{buffer} << kReadAheadBits) << (kReadAheadBits - held);
-        b_.pos = pos;
-        b_.avail = held;
-        b_.count = held;
-        b_.stuffed = 0;
+        word_ = (uint64_t{buffer} << kReadAheadBits) << (kReadAheadBits - held);
+        pos_ = pos;
+        count_ = held;
+        ahead_ = 0;
+        stuffed_ = 0;
     }
 
-    // Makes sure the word holds the bits of one whole step; false when the
-    // bytes ahead do not allow it (an unstuffed 0xFF, the end). A bounded
-    // source is read without a branch on the data: the plain bytes of eight
-    // loaded ones, as many as fit.
-    ZEQ_ENTROPY_INLINE bool readyForStep() {
-        if (kEnd == SourceEnd::Bounded) {
-            if (__builtin_expect(b_.avail >= kBitsForStep, 1)) return true;
-            if (__builtin_expect(b_.pos <= len_ - 8, 1)) {
-                takePlainBytes(b_, src_);
-                if (__builtin_expect(b_.avail >= kBitsForStep, 1)) return true;
-            }
-            b_ = readAcrossBytes(b_, src_, len_);
-            return b_.avail >= kBitsForStep;
-        }
-        // Only a marker ends this source: bytes one at a time, no further
-        // than the first 0xFF that is not stuffing.
-        if (b_.avail >= kBitsForStep) return true;
-        b_.word &= ~(~uint64_t{0} >> b_.avail);
-        do {
-            const uint8_t byte = src_[b_.pos];
-            if (__builtin_expect(byte == 0xFF, 0)) {
-                if (src_[b_.pos + 1] != 0x00) return b_.avail >= kBitsForStep;
-                ++b_.stuffed;
-                ++b_.pos;
-            }
-            ++b_.pos;
-            b_.word |= uint64_t{byte} << (kWordBits - 8 - b_.avail);
-            b_.avail += 8;
-        } while (b_.avail < kWordBits - 8);
-        return true;
-    }
-
-    // The next 8 bits, first stream bit highest.
-    ZEQ_ENTROPY_INLINE uint32_t peek8() const {
-        return static_cast<uint32_t>(b_.word >> (kWordBits - kFastLookupBits));
-    }
-    ZEQ_ENTROPY_INLINE uint32_t peek17() const {
-        return static_cast<uint32_t>(b_.word >> (kWordBits - kMaxCodeLength - 1));
-    }
-    ZEQ_ENTROPY_INLINE void skip(int n) {
-        b_.word <<= n;
-        b_.avail -= n;
-    }
-
-    // A symbol from the fast table (length 1..8 in `entry`); false when the
-    // entry sends the code to the long search.
-    ZEQ_ENTROPY_INLINE bool fastSymbol(const HuffmanDecodeSpec* table, int* s) {
-        const uint32_t entry = loadField<uint32_t>(table, kFastLookupAt, peek8());
+    // A symbol: the caller-visible reader's top-up below 8 bits, then a code
+    // of up to 8 bits from the fast table or a longer one. False when the
+    // general reader has to take the step, with no bit of it consumed.
+    ZEQ_ENTROPY_INLINE bool symbol(const HuffmanDecodeSpec* table, const LongCodeLimits& limits,
+                                   int* s) {
+        if (count_ < kFastLookupBits && !fill()) return false;
+        const uint32_t entry = loadField<uint32_t>(
+            table, kFastLookupAt, static_cast<uint32_t>(word_ >> (kWordBits - kFastLookupBits)));
         const uint32_t length = entry >> 16;
-        if (__builtin_expect(length - 1 >= uint32_t{kFastLookupBits}, 0)) return false;
-        b_.count = countBeforeTaking(b_.count, kFastLookupBits) - static_cast<int>(length);
+        if (__builtin_expect(length - 1 >= uint32_t{kFastLookupBits}, 0))
+            return longSymbol(table, limits, s);
         skip(static_cast<int>(length));
         *s = static_cast<int>(entry & 0xFFFF);
         return true;
     }
 
-    // A code of 9 to 16 bits; false (nothing consumed) when no code of up to
-    // 16 bits matches, which the general reader reports. The caller-visible
-    // reader tops up below 8 bits, makes sure of 9, and fills once more when
-    // it runs out mid-code.
-    ZEQ_ENTROPY_INLINE bool longSymbol(const HuffmanDecodeSpec* table, const LongCodeLimits& limits,
-                                       int* s) {
-        constexpr int kWindow = kMaxCodeLength + 1;
-        const uint32_t window = peek17();
-        const int length = longCodeLength(limits, window);
-        if (length > kMaxCodeLength) return false;
-        // Topping up below 8 bits leaves 25 or more; with exactly 8 the
-        // second check fills.
-        const int held = countBeforeTaking(b_.count, kFastLookupBits + 1);
-        b_.count = held - length + (held < length ? kReadAheadBits : 0);
-        skip(length);
-        const uint32_t code = window >> (kWindow - length);
-        const uint32_t first =
-            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, minCode), length);
-        const uint32_t index =
-            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, valueIndex), length);
-        *s = loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, symbols),
-                                 (index + code - first) & (kHuffmanSymbols - 1));
-        return true;
-    }
-
-    ZEQ_ENTROPY_INLINE bool symbol(const HuffmanDecodeSpec* table, const LongCodeLimits& limits,
-                                   int* s) {
-        return fastSymbol(table, s) || longSymbol(table, limits, s);
-    }
-
-    // s (1..15) extra bits, sign-extended: with the top bit 0 they stand for
-    // v + 1 - 2^s.
-    ZEQ_ENTROPY_INLINE int32_t extended(int s) {
-        b_.count = countBeforeTaking(b_.count, s) - s;
+    // s (1..15) extra bits, sign-extended (with the top bit 0 they stand for
+    // v + 1 - 2^s); false when the general reader has to take them.
+    ZEQ_ENTROPY_INLINE bool extended(int s, int32_t* value) {
+        if (count_ < s && !fill()) return false;
         const uint32_t low = kLowBitMasks[s];
-        const uint32_t negative = static_cast<uint32_t>(static_cast<int64_t>(~b_.word) >> 63);
-        const uint32_t v =
-            static_cast<uint32_t>((b_.word << s) | (b_.word >> (kWordBits - s))) & low;
+        const uint32_t negative = static_cast<uint32_t>(static_cast<int64_t>(~word_) >> 63);
+        const uint32_t v = static_cast<uint32_t>((word_ << s) | (word_ >> (kWordBits - s))) & low;
         skip(s);
-        return static_cast<int32_t>(v - (negative & low));
+        *value = static_cast<int32_t>(v - (negative & low));
+        return true;
     }
 
     // The caller-visible position, buffer and count.
@@ -233,9 +163,9 @@ public:
     };
     // The reader's start position and buffer, which it does not keep.
     Handback handback(int32_t startPos, uint32_t startBuffer) const {
-        const int aheadBytes = (b_.avail - b_.count) >> 3;
-        Handback h{b_.pos - aheadBytes, 0, b_.count};
-        if (__builtin_expect(b_.stuffed == 0, 1)) {
+        const int aheadBytes = ahead_ >> 3;
+        Handback h{pos_ - aheadBytes, 0, count_};
+        if (__builtin_expect(stuffed_ == 0, 1)) {
             if (h.pos - startPos >= 4) {
                 uint32_t last;
                 std::memcpy(&last, src_ + h.pos - 4, 4);
@@ -243,7 +173,7 @@ public:
                 return h;
             }
         } else {
-            h.pos = b_.pos;
+            h.pos = pos_;
             for (int i = 0; i < aheadBytes; ++i) h.pos -= dataByteBefore(h.pos, startPos).raw;
         }
         // The last four data bytes before the position, the older ones from
@@ -264,6 +194,100 @@ public:
 private:
     static constexpr size_t kFastLookupAt = offsetof(HuffmanDecodeSpec, fastLookup);
 
+    ZEQ_ENTROPY_INLINE void skip(int n) {
+        word_ <<= n;
+        count_ -= n;
+    }
+
+    // More bytes into the word: the plain ones of an eight-byte load (and
+    // one stuffed pair) without a branch on the data, or one at a time near
+    // a 0xFF that is not stuffing and near the end. Only a marker ends an
+    // unbounded source, so there the byte after one that is not 0xFF is
+    // there to read, and nothing further is.
+    ZEQ_ENTROPY_INLINE void readMore() {
+        WordBits b{word_, pos_, count_ + ahead_, count_, stuffed_};
+        if (kEnd == SourceEnd::Bounded) {
+            if (__builtin_expect(pos_ <= len_ - 8, 1))
+                takePlainBytes(b, src_);
+            else
+                b = readAcrossBytes(b, src_, len_);
+        } else {
+            b.word &= ~(~uint64_t{0} >> b.avail);
+            while (b.avail < kWordBits - 8) {
+                const uint8_t byte = src_[b.pos];
+                if (byte == 0xFF) {
+                    if (src_[b.pos + 1] != 0x00) break;
+                    ++b.stuffed;
+                    ++b.pos;
+                }
+                ++b.pos;
+                b.word |= uint64_t{byte} << (kWordBits - 8 - b.avail);
+                b.avail += 8;
+            }
+        }
+        word_ = b.word;
+        pos_ = b.pos;
+        ahead_ = b.avail - count_;
+        stuffed_ = b.stuffed;
+    }
+    // Bytes until `bits` more than the caller-visible count are ahead;
+    // false when the source does not have them.
+    ZEQ_ENTROPY_INLINE bool haveAhead(int bits) {
+        if (ahead_ >= bits) return true;
+        readMore();
+        if (kEnd == SourceEnd::Bounded && ahead_ < bits) {
+            WordBits b{word_, pos_, count_ + ahead_, count_, stuffed_};
+            b = readAcrossBytes(b, src_, len_);
+            word_ = b.word;
+            pos_ = b.pos;
+            ahead_ = b.avail - count_;
+            stuffed_ = b.stuffed;
+        }
+        return ahead_ >= bits;
+    }
+
+    // The caller-visible reader's fill: it takes bytes while 24 or fewer
+    // bits are valid. The word reads on with it; false (nothing changed but
+    // bytes read ahead) when the source does not have the bytes.
+    ZEQ_ENTROPY_INLINE bool fill() {
+        const int filled = filledCount(count_);
+        readMore();
+        if (__builtin_expect(ahead_ < filled - count_, 0)) {
+            if (!haveAhead(filled - count_)) return false;
+        }
+        ahead_ -= filled - count_;
+        count_ = filled;
+        return true;
+    }
+
+    // A code of 9 to 16 bits: the caller-visible reader makes sure of 9 bits
+    // (filling when it holds exactly 8) and fills once more when it runs out
+    // mid-code. False (nothing consumed) when no code of up to 16 bits
+    // matches, which the general reader reports.
+    ZEQ_ENTROPY_INLINE bool longSymbol(const HuffmanDecodeSpec* table, const LongCodeLimits& limits,
+                                       int* s) {
+        constexpr int kWindow = kMaxCodeLength + 1;
+        if (count_ < kFastLookupBits + 1 && !fill()) return false;
+        if (count_ + ahead_ < kWindow && !haveAhead(kWindow - count_)) return false;
+        const uint32_t window = static_cast<uint32_t>(word_ >> (kWordBits - kWindow));
+        const int length = longCodeLength(limits, window);
+        if (length > kMaxCodeLength) return false;
+        if (count_ < length) {
+            if (!haveAhead(kReadAheadBits)) return false;
+            ahead_ -= kReadAheadBits;
+            count_ += kReadAheadBits;
+        }
+        skip(length);
+        const uint32_t code = window >> (kWindow - length);
+        const uint32_t first =
+            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, minCode), length);
+        const uint32_t index =
+            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, valueIndex), length);
+        *s = loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, symbols),
+                                 (index + code - first) & (kHuffmanSymbols - 1));
+        return true;
+    }
+
     struct DataByte {
         uint8_t value;
         int raw;  // source bytes it took: 2 for a stuffed 0xFF
@@ -277,7 +301,11 @@ private:
 
     const uint8_t* src_;
     int32_t len_;
-    WordBits b_;
+    uint64_t word_;  // unread bits from the top; zero or stream bits below them
+    int count_;      // the bits the caller-visible reader holds
+    int ahead_;      // bits of whole bytes in the word beyond those (a multiple of 8)
+    int32_t pos_;    // past the last source byte taken into the word
+    int32_t stuffed_;
 };
 
 }  // namespace zeq

@@ -52,11 +52,11 @@ ZEQ_ENTROPY_INLINE bool hasByteFF(uint64_t word) {
 // can take and return them by value while the hot loop keeps them in
 // registers.
 struct WordBits {
-    uint64_t word;    // unread bits from the top; zero or stream bits below them
-    int32_t pos;      // past the last source byte taken into word
-    int avail;        // unread bits in word
-    int count;        // the bits the caller-visible reader holds (<= avail)
-    int32_t stuffed;  // stuffed pairs taken
+    uint64_t word;       // unread bits from the top; zero or stream bits below them
+    int32_t pos;         // past the last source byte taken into word
+    int avail;           // unread bits in word
+    int count;           // the bits the caller-visible reader holds (<= avail)
+    int32_t stuffedEnd;  // past the last stuffed pair taken (the start when none)
 };
 
 // Up to eight source bytes from the position (there must be eight): the
@@ -79,7 +79,7 @@ ZEQ_ENTROPY_INLINE void takePlainBytes(WordBits& b, const uint8_t* src) {
     // stream's own, and later loads OR the same bits there.
     b.word |= (__builtin_bswap64(bytes) & ~(~uint64_t{0} >> (8 * data))) >> b.avail;
     b.pos += taken + pairTaken;
-    b.stuffed += pairTaken;
+    b.stuffedEnd = pairTaken ? b.pos : b.stuffedEnd;
     b.avail += 8 * taken;
 }
 
@@ -95,7 +95,7 @@ __attribute__((noinline)) inline WordBits readAcrossBytes(WordBits b, const uint
         if (byte == 0xFF) {
             if (int64_t{len} - b.pos < 2) break;
             if (src[b.pos + 1] != 0x00) break;
-            ++b.stuffed;
+            b.stuffedEnd = b.pos + 2;
             ++b.pos;
         }
         ++b.pos;
@@ -124,7 +124,7 @@ public:
         pos_ = pos;
         count_ = held;
         ahead_ = 0;
-        stuffed_ = 0;
+        stuffedEnd_ = pos;
     }
 
     // A symbol: the caller-visible reader's top-up below 8 bits, then a code
@@ -165,14 +165,15 @@ public:
     Handback handback(int32_t startPos, uint32_t startBuffer) const {
         const int aheadBytes = ahead_ >> 3;
         Handback h{pos_ - aheadBytes, 0, count_};
-        if (__builtin_expect(stuffed_ == 0, 1)) {
-            if (h.pos - startPos >= 4) {
-                uint32_t last;
-                std::memcpy(&last, src_ + h.pos - 4, 4);
-                h.buffer = __builtin_bswap32(last);
-                return h;
-            }
-        } else {
+        // No stuffed pair among the bytes ahead and the four before them
+        // (which are then past the start).
+        if (__builtin_expect(stuffedEnd_ <= h.pos - 4, 1)) {
+            uint32_t last;
+            std::memcpy(&last, src_ + h.pos - 4, 4);
+            h.buffer = __builtin_bswap32(last);
+            return h;
+        }
+        if (stuffedEnd_ > h.pos) {  // a stuffed pair may be among the bytes ahead
             h.pos = pos_;
             for (int i = 0; i < aheadBytes; ++i) h.pos -= dataByteBefore(h.pos, startPos).raw;
         }
@@ -205,7 +206,7 @@ private:
     // unbounded source, so there the byte after one that is not 0xFF is
     // there to read, and nothing further is.
     ZEQ_ENTROPY_INLINE void readMore() {
-        WordBits b{word_, pos_, count_ + ahead_, count_, stuffed_};
+        WordBits b{word_, pos_, count_ + ahead_, count_, stuffedEnd_};
         if (kEnd == SourceEnd::Bounded) {
             if (__builtin_expect(pos_ <= len_ - 8, 1))
                 takePlainBytes(b, src_);
@@ -217,7 +218,7 @@ private:
                 const uint8_t byte = src_[b.pos];
                 if (byte == 0xFF) {
                     if (src_[b.pos + 1] != 0x00) break;
-                    ++b.stuffed;
+                    b.stuffedEnd = b.pos + 2;
                     ++b.pos;
                 }
                 ++b.pos;
@@ -228,7 +229,7 @@ private:
         word_ = b.word;
         pos_ = b.pos;
         ahead_ = b.avail - count_;
-        stuffed_ = b.stuffed;
+        stuffedEnd_ = b.stuffedEnd;
     }
     // Bytes until `bits` more than the caller-visible count are ahead;
     // false when the source does not have them.
@@ -236,12 +237,12 @@ private:
         if (ahead_ >= bits) return true;
         readMore();
         if (kEnd == SourceEnd::Bounded && ahead_ < bits) {
-            WordBits b{word_, pos_, count_ + ahead_, count_, stuffed_};
+            WordBits b{word_, pos_, count_ + ahead_, count_, stuffedEnd_};
             b = readAcrossBytes(b, src_, len_);
             word_ = b.word;
             pos_ = b.pos;
             ahead_ = b.avail - count_;
-            stuffed_ = b.stuffed;
+            stuffedEnd_ = b.stuffedEnd;
         }
         return ahead_ >= bits;
     }
@@ -251,9 +252,11 @@ private:
     // bytes read ahead) when the source does not have the bytes.
     ZEQ_ENTROPY_INLINE bool fill() {
         const int filled = filledCount(count_);
-        readMore();
-        if (__builtin_expect(ahead_ < filled - count_, 0)) {
-            if (!haveAhead(filled - count_)) return false;
+        if (ahead_ < filled - count_) {
+            readMore();
+            if (__builtin_expect(ahead_ < filled - count_, 0)) {
+                if (!haveAhead(filled - count_)) return false;
+            }
         }
         ahead_ -= filled - count_;
         count_ = filled;
@@ -305,7 +308,7 @@ private:
     int count_;      // the bits the caller-visible reader holds
     int ahead_;      // bits of whole bytes in the word beyond those (a multiple of 8)
     int32_t pos_;    // past the last source byte taken into the word
-    int32_t stuffed_;
+    int32_t stuffedEnd_;
 };
 
 }  // namespace zeq

@@ -1,17 +1,18 @@
 // The register-resident reader of the block decoders. It keeps the unread
-// bits left-aligned in one 64-bit word and takes plain bytes eight at a time
-// (the data of a bounded source) or one at a time (a source that only a
-// marker ends), so a decoding step peeks with a constant shift and consumes
-// with one shift.
+// bits left-aligned in one 64-bit word, so a decoding step peeks with a
+// constant shift and consumes with one shift, and it reads the plain bytes
+// of eight-byte loads (a bounded source) or single bytes (a source that only
+// a marker ends).
 //
 // The caller-visible reader holds at most 32 bits and takes bytes only when
-// a step lacks bits; what it would hold is followed as one count updated at
-// its fill points, and its byte position and 32-bit buffer are worked out
-// from the source once, when the bits are handed back. A step runs here only
-// when the word holds enough bits for every fill that step can make (so those
-// fills never meet a marker, a fill byte or the end); otherwise the reader
-// hands its exact state to the general reader of bit_reader.h, at a step
-// boundary.
+// a step lacks bits. This reader keeps that reader's count and does its
+// fills at the same points, each one a move of whole bytes from those the
+// word holds ahead of the count; the word reads more source bytes only when
+// too few are ahead. The caller-visible position and 32-bit buffer are
+// worked out from the source once, when the bits are handed back. Where the
+// bytes for a fill are not there (a 0xFF that is not stuffing, the end), the
+// reader stops before the fill and hands its exact state to the general
+// reader of bit_reader.h.
 #ifndef ZEQ_JPEG_ENTROPY_BLOCK_BIT_READER_H
 #define ZEQ_JPEG_ENTROPY_BLOCK_BIT_READER_H
 
@@ -22,31 +23,11 @@
 
 namespace zeq {
 
-// Bits a step (a code of up to 16 bits, then up to 15 extra bits) needs in
-// the word so that each fill of the caller-visible reader, which leaves it
-// at most 32 bits, finds its bytes read already.
-constexpr int kBitsForStep = kReadAheadBits + kMaxCodeLength;
 constexpr int kWordBits = 64;
 
 // The caller-visible count after a fill from `count`: bytes are taken while
 // 24 or fewer bits are valid, so it lands on 25..32, congruent modulo 8.
 ZEQ_ENTROPY_INLINE int filledCount(int count) { return kFillBelow + ((count + 7) & 7); }
-// A conditional move, not a branch: whether a step fills is as random as
-// the bits, and the compiler left to itself branches.
-ZEQ_ENTROPY_INLINE int countBeforeTaking(int count, int needed) {
-    const int filled = filledCount(count);
-    __asm__("cmpl %[needed], %[count]\n\tcmovl %[filled], %[count]"
-            : [count] "+r"(count)
-            : [needed] "ri"(needed), [filled] "r"(filled)
-            : "cc");
-    return count;
-}
-
-// True when a byte of the word is 0xFF.
-ZEQ_ENTROPY_INLINE bool hasByteFF(uint64_t word) {
-    const uint64_t inverted = ~word;
-    return ((inverted - 0x0101010101010101ull) & word & 0x8080808080808080ull) != 0;
-}
 
 // The reader's moving parts, kept together so that the rare byte-wise path
 // can take and return them by value while the hot loop keeps them in
@@ -83,17 +64,19 @@ ZEQ_ENTROPY_INLINE void takePlainBytes(WordBits& b, const uint8_t* src) {
     b.avail += 8 * taken;
 }
 
-// The bytes of a step near the end of a bounded source or across a second
-// 0xFF, one at a time while the word has room for one: plain bytes and
-// stuffed pairs, up to a marker, a fill byte or the end.
-__attribute__((noinline)) inline WordBits readAcrossBytes(WordBits b, const uint8_t* src,
-                                                          int32_t len) {
+// Bytes one at a time while the word has room for one: plain bytes and
+// stuffed pairs, up to a marker, a fill byte or (bounded) the end of `len`.
+// Only a marker ends an unbounded source, so there the byte after one that
+// is not 0xFF is there to read, and nothing further is.
+template <SourceEnd kEnd>
+ZEQ_ENTROPY_INLINE void takeBytesOneByOne(WordBits& b, const uint8_t* src, int32_t len) {
+    constexpr bool kBounded = kEnd == SourceEnd::Bounded;
     b.word &= ~(~uint64_t{0} >> b.avail);  // no stream bits below the valid ones
     while (b.avail < kWordBits - 8) {
-        if (b.pos >= len) break;
+        if (kBounded && b.pos >= len) break;
         const uint8_t byte = src[b.pos];
         if (byte == 0xFF) {
-            if (int64_t{len} - b.pos < 2) break;
+            if (kBounded && int64_t{len} - b.pos < 2) break;
             if (src[b.pos + 1] != 0x00) break;
             b.stuffedEnd = b.pos + 2;
             ++b.pos;
@@ -102,6 +85,12 @@ __attribute__((noinline)) inline WordBits readAcrossBytes(WordBits b, const uint
         b.word |= uint64_t{byte} << (kWordBits - 8 - b.avail);
         b.avail += 8;
     }
+}
+
+// The same out of line, for a bounded source near its end or a 0xFF.
+__attribute__((noinline)) inline WordBits readAcrossBytes(WordBits b, const uint8_t* src,
+                                                          int32_t len) {
+    takeBytesOneByOne<SourceEnd::Bounded>(b, src, len);
     return b;
 }
 
@@ -200,51 +189,40 @@ private:
         count_ -= n;
     }
 
-    // More bytes into the word: the plain ones of an eight-byte load (and
-    // one stuffed pair) without a branch on the data, or one at a time near
-    // a 0xFF that is not stuffing and near the end. Only a marker ends an
-    // unbounded source, so there the byte after one that is not 0xFF is
-    // there to read, and nothing further is.
+    ZEQ_ENTROPY_INLINE WordBits bits() const {
+        return {word_, pos_, count_ + ahead_, count_, stuffedEnd_};
+    }
+    ZEQ_ENTROPY_INLINE void setBits(const WordBits& b) {
+        word_ = b.word;
+        pos_ = b.pos;
+        ahead_ = b.avail - count_;
+        stuffedEnd_ = b.stuffedEnd;
+    }
+
+    // More bytes into the word: from a bounded source the plain ones of an
+    // eight-byte load (and one stuffed pair) without a branch on the data,
+    // near its end one at a time; from an unbounded one one at a time.
     ZEQ_ENTROPY_INLINE void readMore() {
-        WordBits b{word_, pos_, count_ + ahead_, count_, stuffedEnd_};
+        WordBits b = bits();
         if (kEnd == SourceEnd::Bounded) {
             if (__builtin_expect(pos_ <= len_ - 8, 1))
                 takePlainBytes(b, src_);
             else
                 b = readAcrossBytes(b, src_, len_);
         } else {
-            b.word &= ~(~uint64_t{0} >> b.avail);
-            while (b.avail < kWordBits - 8) {
-                const uint8_t byte = src_[b.pos];
-                if (byte == 0xFF) {
-                    if (src_[b.pos + 1] != 0x00) break;
-                    b.stuffedEnd = b.pos + 2;
-                    ++b.pos;
-                }
-                ++b.pos;
-                b.word |= uint64_t{byte} << (kWordBits - 8 - b.avail);
-                b.avail += 8;
-            }
+            takeBytesOneByOne<kEnd>(b, src_, len_);
         }
-        word_ = b.word;
-        pos_ = b.pos;
-        ahead_ = b.avail - count_;
-        stuffedEnd_ = b.stuffedEnd;
+        setBits(b);
     }
-    // Bytes until `bits` more than the caller-visible count are ahead;
-    // false when the source does not have them.
-    ZEQ_ENTROPY_INLINE bool haveAhead(int bits) {
-        if (ahead_ >= bits) return true;
+    // Bytes until `needed` bits beyond the caller-visible count are ahead (a
+    // second 0xFF among the next ones is taken one byte at a time); false
+    // when the source does not have them.
+    ZEQ_ENTROPY_INLINE bool haveAhead(int needed) {
+        if (ahead_ >= needed) return true;
         readMore();
-        if (kEnd == SourceEnd::Bounded && ahead_ < bits) {
-            WordBits b{word_, pos_, count_ + ahead_, count_, stuffedEnd_};
-            b = readAcrossBytes(b, src_, len_);
-            word_ = b.word;
-            pos_ = b.pos;
-            ahead_ = b.avail - count_;
-            stuffedEnd_ = b.stuffedEnd;
-        }
-        return ahead_ >= bits;
+        if (kEnd == SourceEnd::Bounded && ahead_ < needed)
+            setBits(readAcrossBytes(bits(), src_, len_));
+        return ahead_ >= needed;
     }
 
     // The caller-visible reader's fill: it takes bytes while 24 or fewer

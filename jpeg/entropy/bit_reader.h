@@ -108,6 +108,16 @@ ZEQ_ENTROPY_INLINE int longCodeLength(const HuffmanDecodeSpec* table, uint32_t w
     return longCodeLength(LongCodeLimits(table), window);
 }
 
+// The symbol of a code of `length` (1..16) bits, through the length arrays.
+// Masked to the table: a record built from a valid definition never needs it.
+ZEQ_ENTROPY_INLINE int symbolOfLength(const HuffmanDecodeSpec* table, uint32_t code, int length) {
+    const uint32_t first = loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, minCode), length);
+    const uint32_t index =
+        loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, valueIndex), length);
+    return loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, symbols),
+                               (index + code - first) & (kHuffmanSymbols - 1));
+}
+
 // The bits of a reader as plain values: a hot loop copies them into
 // registers, works on them with the inline steps of the reader, and hands
 // them back before it calls any of the reader's other functions.
@@ -448,13 +458,7 @@ private:
             *s = 0;
             return StatusCoefficientRange;
         }
-        const uint32_t first =
-            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, minCode), length);
-        const uint32_t index =
-            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, valueIndex), length);
-        // Masked to the table: a record built from a valid definition never needs it.
-        *s = loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, symbols),
-                                 (index + code - first) & (kHuffmanSymbols - 1));
+        *s = symbolOfLength(table, code, length);
         return StatusOk;
     }
 

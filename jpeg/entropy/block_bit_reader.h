@@ -259,13 +259,7 @@ private:
             count_ += kReadAheadBits;
         }
         skip(length);
-        const uint32_t code = window >> (kWindow - length);
-        const uint32_t first =
-            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, minCode), length);
-        const uint32_t index =
-            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, valueIndex), length);
-        *s = loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, symbols),
-                                 (index + code - first) & (kHuffmanSymbols - 1));
+        *s = symbolOfLength(table, window >> (kWindow - length), length);
         return true;
     }
 

@@ -76,26 +76,46 @@ inline int longCodeLengthScalar(const HuffmanDecodeSpec* table, uint32_t window)
 }
 // The same with the eight lengths 9..16 compared at once: lane i holds the
 // top 9 + i bits of the window (the top 16 bits times 2^(9+i), high half;
-// lane 7 the 16 bits themselves).
-ZEQ_ENTROPY_INLINE int longCodeLength(const HuffmanDecodeSpec* table, uint32_t window) {
+// lane 7 the 16 bits themselves). The table's lengths 9..16 are read once
+// into LongCodeLimits where a loop decodes many codes with one table.
+struct LongCodeLimits {
+    __m128i biasedLast;  // maxCode of lengths 9..16, biased for a signed compare
+    __m128i none;        // lanes whose length has no codes (maxCode -1)
+    ZEQ_ENTROPY_INLINE explicit LongCodeLimits(const HuffmanDecodeSpec* table) {
+        __m128i last;
+        std::memcpy(&last,
+                    reinterpret_cast<const uint8_t*>(table) + offsetof(HuffmanDecodeSpec, maxCode) +
+                        (kFastLookupBits + 1) * sizeof(int16_t),
+                    sizeof(last));
+        none = _mm_cmpeq_epi16(last, _mm_set1_epi16(-1));
+        biasedLast = _mm_xor_si128(last, _mm_set1_epi16(static_cast<int16_t>(0x8000)));
+    }
+};
+ZEQ_ENTROPY_INLINE int longCodeLength(const LongCodeLimits& limits, uint32_t window) {
     constexpr int kFirst = kFastLookupBits + 1;
     const __m128i top16 = _mm_set1_epi16(static_cast<int16_t>(window >> 1));
     const __m128i scale = _mm_setr_epi16(1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14,
                                          static_cast<int16_t>(1 << 15), 0);
-    const __m128i keep = _mm_setr_epi16(0, 0, 0, 0, 0, 0, 0, 1);
-    const __m128i codes = _mm_or_si128(_mm_mulhi_epu16(top16, scale), _mm_mullo_epi16(top16, keep));
-    __m128i last;
-    std::memcpy(&last,
-                reinterpret_cast<const uint8_t*>(table) + offsetof(HuffmanDecodeSpec, maxCode) +
-                    kFirst * sizeof(int16_t),
-                sizeof(last));
-    const __m128i allOnes = _mm_cmpeq_epi16(last, last);
+    const __m128i keep = _mm_setr_epi16(0, 0, 0, 0, 0, 0, 0, -1);
+    const __m128i codes = _mm_or_si128(_mm_mulhi_epu16(top16, scale), _mm_and_si128(top16, keep));
     const __m128i bias = _mm_set1_epi16(static_cast<int16_t>(0x8000));
     const __m128i longer =
-        _mm_or_si128(_mm_cmpeq_epi16(last, allOnes),
-                     _mm_cmpgt_epi16(_mm_xor_si128(codes, bias), _mm_xor_si128(last, bias)));
+        _mm_or_si128(limits.none, _mm_cmpgt_epi16(_mm_xor_si128(codes, bias), limits.biasedLast));
     const uint32_t fits = ~static_cast<uint32_t>(_mm_movemask_epi8(longer)) & 0xFFFF;
     return fits != 0 ? kFirst + (__builtin_ctz(fits) >> 1) : kMaxCodeLength + 1;
+}
+ZEQ_ENTROPY_INLINE int longCodeLength(const HuffmanDecodeSpec* table, uint32_t window) {
+    return longCodeLength(LongCodeLimits(table), window);
+}
+
+// The symbol of a code of `length` (1..16) bits, through the length arrays.
+// Masked to the table: a record built from a valid definition never needs it.
+ZEQ_ENTROPY_INLINE int symbolOfLength(const HuffmanDecodeSpec* table, uint32_t code, int length) {
+    const uint32_t first = loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, minCode), length);
+    const uint32_t index =
+        loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, valueIndex), length);
+    return loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, symbols),
+                               (index + code - first) & (kHuffmanSymbols - 1));
 }
 
 // The bits of a reader as plain values: a hot loop copies them into
@@ -438,13 +458,7 @@ private:
             *s = 0;
             return StatusCoefficientRange;
         }
-        const uint32_t first =
-            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, minCode), length);
-        const uint32_t index =
-            loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, valueIndex), length);
-        // Masked to the table: a record built from a valid definition never needs it.
-        *s = loadField<uint16_t>(table, offsetof(HuffmanDecodeSpec, symbols),
-                                 (index + code - first) & (kHuffmanSymbols - 1));
+        *s = symbolOfLength(table, code, length);
         return StatusOk;
     }
 

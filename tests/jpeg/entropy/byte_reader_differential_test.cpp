@@ -302,6 +302,37 @@ TEST(ByteReaderDifferential, LoneValuesMatchTheReference) {
     }
 }
 
+// Runs the direct decoder and the reference over a source that ends in a
+// marker, call after call, comparing everything.
+void compareDirectDecoding(const Tables& t, const uint8_t* src, int calls) {
+    int32_t bitPos = 0, marker = 0, count = 0, refMarker = 0;
+    uint32_t reservoir = 0;
+    int16_t lastDC = 0, refDC = 0;
+    ReferenceReader ref{src, INT64_MAX, 0, &refMarker, 0, 0};
+    for (int call = 0; call < calls; ++call) {
+        Block out, refOut;
+        int32_t covered;
+        ZeqStatus expected = StatusOk;
+        if (ref.count == 0) ref.fill(0);
+        if (refMarker != 0 && ref.count == 0)
+            refOut.fill(0);
+        else
+            expected = ref.block(t.dcRef, t.acRef, refOut.data(), refDC, covered);
+        ASSERT_EQ(
+            zeqiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(src, &bitPos, out.data(), &lastDC, &marker,
+                                                      &reservoir, &count, t.dc.get(), t.ac.get()),
+            expected)
+            << "call " << call;
+        ASSERT_EQ(out, refOut) << "call " << call;
+        ASSERT_EQ(lastDC, refDC);
+        ASSERT_EQ(bitPos, 8 * ref.pos) << "call " << call;
+        ASSERT_EQ(marker, refMarker);
+        ASSERT_EQ(reservoir, ref.buffer) << "call " << call;
+        ASSERT_EQ(count, ref.count) << "call " << call;
+        if (expected == StatusBlockOverrun) break;
+    }
+}
+
 // The direct decoder reads until a marker: every stream ends in one, at the
 // very end of its allocation.
 TEST(ByteReaderDifferential, DirectBlocksMatchTheReference) {
@@ -311,31 +342,101 @@ TEST(ByteReaderDifferential, DirectBlocksMatchTheReference) {
         std::vector<uint8_t> stream = denseStream(rng, uniform<int>(rng, 1, 8));
         stream.insert(stream.end(), {0xFF, 0xD9});
         const Source s(stream, round % 8, int32_t(stream.size()));
-        int32_t bitPos = 0, marker = 0, count = 0, refMarker = 0;
-        uint32_t reservoir = 0;
-        int16_t lastDC = 0, refDC = 0;
-        ReferenceReader ref{s.data(), INT64_MAX, 0, &refMarker, 0, 0};
-        for (int call = 0; call < 12; ++call) {
-            Block out, refOut;
-            int32_t covered;
-            ZeqStatus expected = StatusOk;
-            if (ref.count == 0) ref.fill(0);
-            if (refMarker != 0 && ref.count == 0)
-                refOut.fill(0);
-            else
-                expected = ref.block(t.dcRef, t.acRef, refOut.data(), refDC, covered);
-            ASSERT_EQ(zeqiDecodeHuffman8x8_Direct_JPEG_1u16s_C1(s.data(), &bitPos, out.data(),
-                                                                &lastDC, &marker, &reservoir,
-                                                                &count, t.dc.get(), t.ac.get()),
-                      expected)
-                << round << " " << call;
-            ASSERT_EQ(out, refOut);
-            ASSERT_EQ(lastDC, refDC);
-            ASSERT_EQ(bitPos, 8 * ref.pos);
-            ASSERT_EQ(marker, refMarker);
-            ASSERT_EQ(reservoir, ref.buffer);
-            ASSERT_EQ(count, ref.count);
-            if (expected == StatusBlockOverrun) break;
+        compareDirectDecoding(t, s.data(), 12);
+        if (HasFatalFailure()) {
+            ADD_FAILURE() << "round " << round;
+            return;
+        }
+    }
+}
+
+// ---- Undamaged scans ----
+
+// Coded photo blocks as a scan holds them: long runs of plain bytes, a
+// stuffed pair wherever the codes make a 0xFF, now and then a restart marker
+// after a flush.
+std::vector<uint8_t> cleanStream(std::mt19937& rng, const std::vector<int16_t>& blocks,
+                                 const TableDefinition& dcDef, const TableDefinition& acDef) {
+    const EncodeSpecBuffer dc = encodeSpec(dcDef), ac = encodeSpec(acDef);
+    EncodeStateBuffer state = freshEncodeState();
+    const int count = int(blocks.size() / 64);
+    std::vector<uint8_t> coded(size_t(count) * 300 + 64);
+    int32_t pos = 0;
+    int16_t lastDC = 0;
+    const int32_t len = int32_t(coded.size());
+    for (int i = 0; i < count; ++i) {
+        EXPECT_EQ(
+            zeqiEncodeHuffman8x8_JPEG_16s1u_C1(&blocks[64 * size_t(i)], coded.data(), len, &pos,
+                                               &lastDC, dc.get(), ac.get(), state.get(), 0),
+            StatusOk);
+        if (uniform<int>(rng, 0, 40) == 0) {
+            zeqiEncodeHuffman8x8_JPEG_16s1u_C1(nullptr, coded.data(), len, &pos, nullptr, nullptr,
+                                               nullptr, state.get(), 1);
+            coded[pos++] = 0xFF;
+            coded[pos++] = uint8_t(0xD0 + i % 8);
+        }
+    }
+    zeqiEncodeHuffman8x8_JPEG_16s1u_C1(nullptr, coded.data(), len, &pos, nullptr, nullptr, nullptr,
+                                       state.get(), 1);
+    coded.resize(pos);
+    return coded;
+}
+
+// The standard AC symbols with codes of 9 to 15 bits only: every symbol
+// takes the long search, and the reader runs dry in the middle of codes.
+TableDefinition longCodesOnlyTable() {
+    return {{0, 0, 0, 0, 0, 0, 0, 0, 2, 4, 8, 16, 32, 64, 36, 0}, annexKAcLuminance().values};
+}
+
+// Undamaged scans under the standard tables, tables made for the blocks
+// (codes of up to 16 bits) and a table of long codes only, at both quality
+// shapes, whole and cut at random lengths, for the block decoder and the
+// direct decoder.
+TEST(ByteReaderDifferential, UndamagedScansMatchTheReferenceForEveryTableShape) {
+    auto& rng = seededRng(44);
+    for (int round = 0; round < scaledCount(48); ++round) {
+        const PhotoBlockShape shape = round % 2 ? kQuality95 : kQuality75;
+        const int count = uniform<int>(rng, 20, 160);
+        const auto blocks = photoBlocks(count, shape, uniform<uint32_t>(rng, 0, 1 << 30));
+        TableDefinition dcDef = annexKDcLuminance(), acDef = annexKAcLuminance();
+        switch (round / 2 % 4) {
+            case 1:
+                dcDef = annexKDcChrominance();
+                acDef = annexKAcChrominance();
+                break;
+            case 2: {
+                std::vector<int32_t> dcCounts(257), acCounts(257);
+                int16_t lastDC = 0;
+                for (int i = 0; i < count; ++i)
+                    countBlockSymbols(&blocks[64 * size_t(i)], lastDC, dcCounts, acCounts);
+                dcDef = optimalDefinition(dcCounts);
+                acDef = optimalDefinition(acCounts);
+                break;
+            }
+            case 3:
+                acDef = longCodesOnlyTable();
+                break;
+            default:
+                break;
+        }
+        std::vector<uint8_t> stream = cleanStream(rng, blocks, dcDef, acDef);
+        const Tables t{dcDef, acDef};
+        const int calls = count + 8;
+        for (int32_t len :
+             {int32_t(stream.size()), uniform<int32_t>(rng, 0, int32_t(stream.size()))}) {
+            const Source s(stream, uniform<int32_t>(rng, 0, 7), len);
+            compareBlockDecoding(t, s.data(), s.len, calls);
+            if (HasFatalFailure()) {
+                ADD_FAILURE() << "round " << round << " length " << len;
+                return;
+            }
+        }
+        stream.insert(stream.end(), {0xFF, 0xD9});
+        const Source s(stream, round % 8, int32_t(stream.size()));
+        compareDirectDecoding(t, s.data(), calls);
+        if (HasFatalFailure()) {
+            ADD_FAILURE() << "direct, round " << round;
+            return;
         }
     }
 }

@@ -111,32 +111,15 @@ inline bool libjpegEncode(const container::Image& image, const LibjpegSettings& 
 // up-sampled YCbCr when ycbcr is set.
 inline bool libjpegDecode(const std::vector<uint8_t>& file, int32_t denominator, bool ycbcr,
                           container::Image& image) {
-    jpeg_decompress_struct info;
-    LibjpegTrap trap;
-    trap.attach(reinterpret_cast<j_common_ptr>(&info));
-    if (setjmp(trap.jump)) {
-        jpeg_destroy_decompress(&info);
-        return false;
-    }
-    jpeg_create_decompress(&info);
-    jpeg_mem_src(&info, file.data(), static_cast<unsigned long>(file.size()));
-    jpeg_read_header(&info, TRUE);
-    info.scale_num = 1;
-    info.scale_denom = unsigned(denominator);
-    if (info.num_components == 3) info.out_color_space = ycbcr ? JCS_YCbCr : JCS_RGB;
-    jpeg_start_decompress(&info);
-    image.width = int32_t(info.output_width);
-    image.height = int32_t(info.output_height);
-    image.channels = info.output_components;
-    const size_t stride = size_t(image.width) * image.channels;
-    image.pixels.assign(stride * image.height, 0);
-    while (info.output_scanline < info.output_height) {
-        JSAMPROW row = image.pixels.data() + info.output_scanline * stride;
-        jpeg_read_scanlines(&info, &row, 1);
-    }
-    jpeg_finish_decompress(&info);
-    jpeg_destroy_decompress(&info);
-    return true;
+    return readWithLibjpeg(file,
+                           [&](jpeg_decompress_struct& info) {
+                               info.scale_num = 1;
+                               info.scale_denom = unsigned(denominator);
+                               if (info.num_components == 3)
+                                   info.out_color_space = ycbcr ? JCS_YCbCr : JCS_RGB;
+                               readScanlines(info, image);
+                           })
+        .failure.empty();
 }
 
 }  // namespace zeq::test

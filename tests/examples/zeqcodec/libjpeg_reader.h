@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cmath>
-#include <csetjmp>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -38,39 +37,30 @@ struct LibjpegCoefficients {
 // Reads a file with jpeg_read_coefficients.
 inline LibjpegCoefficients libjpegCoefficients(const std::vector<uint8_t>& file) {
     LibjpegCoefficients out;
-    jpeg_decompress_struct info;
-    LibjpegTrap trap;
-    trap.attach(reinterpret_cast<j_common_ptr>(&info));
-    if (setjmp(trap.jump)) {
-        jpeg_destroy_decompress(&info);
-        out.error = trap.message;
-        return out;
-    }
-    jpeg_create_decompress(&info);
-    jpeg_mem_src(&info, file.data(), static_cast<unsigned long>(file.size()));
-    jpeg_read_header(&info, TRUE);
-    jvirt_barray_ptr* arrays = jpeg_read_coefficients(&info);
-    out.progressive = info.progressive_mode != 0;
-    out.restartInterval = info.restart_interval;
-    for (int ci = 0; ci < info.num_components; ++ci) {
-        const jpeg_component_info& c = info.comp_info[ci];
-        LibjpegComponent comp;
-        comp.h = c.h_samp_factor;
-        comp.v = c.v_samp_factor;
-        comp.widthInBlocks = int(c.width_in_blocks);
-        comp.heightInBlocks = int(c.height_in_blocks);
-        for (int k = 0; k < 64; ++k) comp.quant[size_t(k)] = c.quant_table->quantval[k];
-        for (JDIMENSION by = 0; by < c.height_in_blocks; ++by) {
-            JBLOCKARRAY row = info.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&info),
-                                                           arrays[ci], by, 1, FALSE);
-            for (JDIMENSION bx = 0; bx < c.width_in_blocks; ++bx)
-                comp.blocks.insert(comp.blocks.end(), row[0][bx], row[0][bx] + 64);
+    const LibjpegOutcome outcome = readWithLibjpeg(file, [&](jpeg_decompress_struct& info) {
+        jvirt_barray_ptr* arrays = jpeg_read_coefficients(&info);
+        out.progressive = info.progressive_mode != 0;
+        out.restartInterval = info.restart_interval;
+        for (int ci = 0; ci < info.num_components; ++ci) {
+            const jpeg_component_info& c = info.comp_info[ci];
+            LibjpegComponent& comp = out.components.emplace_back();
+            comp.h = c.h_samp_factor;
+            comp.v = c.v_samp_factor;
+            comp.widthInBlocks = int(c.width_in_blocks);
+            comp.heightInBlocks = int(c.height_in_blocks);
+            for (int k = 0; k < 64; ++k) comp.quant[size_t(k)] = c.quant_table->quantval[k];
+            for (JDIMENSION by = 0; by < c.height_in_blocks; ++by) {
+                JBLOCKARRAY row = info.mem->access_virt_barray(
+                    reinterpret_cast<j_common_ptr>(&info), arrays[ci], by, 1, FALSE);
+                for (JDIMENSION bx = 0; bx < c.width_in_blocks; ++bx)
+                    comp.blocks.insert(comp.blocks.end(), row[0][bx], row[0][bx] + 64);
+            }
         }
-        out.components.push_back(std::move(comp));
-    }
-    jpeg_finish_decompress(&info);
-    if (trap.manager.num_warnings) out.error = "libjpeg warned about corrupt data";
-    jpeg_destroy_decompress(&info);
+    });
+    if (!outcome.failure.empty())
+        out.error = outcome.failure;
+    else if (outcome.warnings)
+        out.error = "libjpeg warned about corrupt data";
     return out;
 }
 
@@ -78,33 +68,15 @@ inline LibjpegCoefficients libjpegCoefficients(const std::vector<uint8_t>& file)
 // (with *error) on an error or a warning.
 inline bool libjpegPixels(const std::vector<uint8_t>& file, container::Image& image,
                           std::string* error) {
-    jpeg_decompress_struct info;
-    LibjpegTrap trap;
-    trap.attach(reinterpret_cast<j_common_ptr>(&info));
-    if (setjmp(trap.jump)) {
-        jpeg_destroy_decompress(&info);
-        *error = trap.message;
-        return false;
-    }
-    jpeg_create_decompress(&info);
-    jpeg_mem_src(&info, file.data(), static_cast<unsigned long>(file.size()));
-    jpeg_read_header(&info, TRUE);
-    info.out_color_space = info.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
-    jpeg_start_decompress(&info);
-    image.width = int32_t(info.output_width);
-    image.height = int32_t(info.output_height);
-    image.channels = info.output_components;
-    image.pixels.assign(size_t(image.width) * size_t(image.height) * size_t(image.channels), 0);
-    while (info.output_scanline < info.output_height) {
-        JSAMPROW row = image.pixels.data() +
-                       size_t(info.output_scanline) * size_t(image.width) * size_t(image.channels);
-        jpeg_read_scanlines(&info, &row, 1);
-    }
-    jpeg_finish_decompress(&info);
-    const long warnings = trap.manager.num_warnings;
-    jpeg_destroy_decompress(&info);
-    if (warnings) *error = "libjpeg warned about corrupt data";
-    return warnings == 0;
+    const LibjpegOutcome outcome = readWithLibjpeg(file, [&](jpeg_decompress_struct& info) {
+        info.out_color_space = info.num_components == 1 ? JCS_GRAYSCALE : JCS_RGB;
+        readScanlines(info, image);
+    });
+    if (!outcome.failure.empty())
+        *error = outcome.failure;
+    else if (outcome.warnings)
+        *error = "libjpeg warned about corrupt data";
+    return outcome.clean();
 }
 
 // Peak signal-to-noise ratio of b against a (same size), in dB; 999 when equal.

@@ -22,32 +22,24 @@ namespace zeq::test {
 
 // Reads a file with jpeg_read_coefficients; false on an error or a warning.
 inline bool libjpegReadCoefficients(const std::vector<uint8_t>& file, Blocks& blocks) {
-    jpeg_decompress_struct info;
-    LibjpegTrap trap;
-    trap.attach(reinterpret_cast<j_common_ptr>(&info));
-    if (setjmp(trap.jump)) {
-        jpeg_destroy_decompress(&info);
-        return false;
-    }
-    jpeg_create_decompress(&info);
-    jpeg_mem_src(&info, file.data(), static_cast<unsigned long>(file.size()));
-    jpeg_read_header(&info, TRUE);
-    jvirt_barray_ptr* arrays = jpeg_read_coefficients(&info);
     blocks.clear();
-    for (int ci = 0; ci < info.num_components; ++ci) {
-        const jpeg_component_info& c = info.comp_info[ci];
-        blocks.emplace_back();
-        for (JDIMENSION by = 0; by < c.height_in_blocks; ++by) {
-            JBLOCKARRAY row = info.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&info),
-                                                           arrays[ci], by, 1, FALSE);
-            for (JDIMENSION bx = 0; bx < c.width_in_blocks; ++bx)
-                blocks.back().insert(blocks.back().end(), row[0][bx], row[0][bx] + 64);
-        }
-    }
-    jpeg_finish_decompress(&info);
-    const long warnings = trap.manager.num_warnings;
-    jpeg_destroy_decompress(&info);
-    return warnings == 0;
+    return readWithLibjpeg(file,
+                           [&](jpeg_decompress_struct& info) {
+                               jvirt_barray_ptr* arrays = jpeg_read_coefficients(&info);
+                               for (int ci = 0; ci < info.num_components; ++ci) {
+                                   const jpeg_component_info& c = info.comp_info[ci];
+                                   blocks.emplace_back();
+                                   for (JDIMENSION by = 0; by < c.height_in_blocks; ++by) {
+                                       JBLOCKARRAY row = info.mem->access_virt_barray(
+                                           reinterpret_cast<j_common_ptr>(&info), arrays[ci], by, 1,
+                                           FALSE);
+                                       for (JDIMENSION bx = 0; bx < c.width_in_blocks; ++bx)
+                                           blocks.back().insert(blocks.back().end(), row[0][bx],
+                                                                row[0][bx] + 64);
+                                   }
+                               }
+                           })
+        .clean();
 }
 
 // Writes a file with jpeg_write_coefficients (grey, or YCbCr 4:2:0 by the

@@ -33,17 +33,6 @@ extern "C" ZeqStatus zeqiDecodeHuffmanStateFree_JPEG_8u(HuffmanDecodeState* stat
     return StatusOk;
 }
 
-namespace {
-
-// Every pointer given: the block decoder is called once per block, and its
-// ordered checks only need to run to name a failure.
-template <class... Pointers>
-bool allGiven(const Pointers*... pointers) {
-    return ((pointers != nullptr) && ...);
-}
-
-}  // namespace
-
 // A source length of 0 is accepted: the block is then decoded from the bits
 // the state already holds.
 extern "C" ZeqStatus zeqiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* src, int32_t srcLen,
@@ -52,14 +41,12 @@ extern "C" ZeqStatus zeqiDecodeHuffman8x8_JPEG_1u16s_C1(const uint8_t* src, int3
                                                         const HuffmanDecodeSpec* dcTable,
                                                         const HuffmanDecodeSpec* acTable,
                                                         HuffmanDecodeState* state) {
-    if (__builtin_expect(
-            !(srcLen >= 0 && allGiven(src, srcPos, dst, lastDC, marker, dcTable, acTable, state)),
-            0))
-        return ArgChecks()
-            .pointer(src)
-            .argument(srcLen >= 0)
-            .pointers(srcPos, dst, lastDC, marker, dcTable, acTable, state)
-            .status();
+    if (ZeqStatus s = ArgChecks()
+                          .pointer(src)
+                          .argument(srcLen >= 0)
+                          .pointers(srcPos, dst, lastDC, marker, dcTable, acTable, state)
+                          .status())
+        return s;
     return decodeBlockWithState(src, srcLen, srcPos, dst, lastDC, marker, dcTable, acTable, state);
 }
 

@@ -288,19 +288,28 @@ bool walkScan(const uint8_t* data, size_t size, const JpegParsedScan& scan, cons
         }
         return true;
     }
+    // The blocks of one MCU in coding order, listed once: one flat loop per
+    // MCU.
+    struct McuBlock {
+        int32_t member, component, h, v, dx, dy;
+    };
+    McuBlock order[kMaxBlocksPerMcu];
+    int32_t count = 0;
+    for (size_t m = 0; m < members.size(); ++m) {
+        const int32_t c = members[m].componentIndex;
+        const Component& k = layout.components[size_t(c)];
+        for (int32_t by = 0; by < k.v; ++by)
+            for (int32_t bx = 0; bx < k.h && count < kMaxBlocksPerMcu; ++bx)
+                order[count++] = {int32_t(m), c, k.h, k.v, bx, by};
+    }
     for (int32_t my = 0; my < mcusY; ++my) {
         for (int32_t mx = 0; mx < mcusX; ++mx) {
             if (!restart.beforeMcu(reader)) return fail(error, kMissingRestart);
-            for (size_t m = 0; m < members.size(); ++m) {
-                const int32_t c = members[m].componentIndex;
-                const Component& k = layout.components[size_t(c)];
-                const int32_t bh = lone ? 1 : k.h, bv = lone ? 1 : k.v;
-                for (int32_t by = 0; by < bv; ++by)
-                    for (int32_t bx = 0; bx < bh; ++bx) {
-                        const ZeqStatus s =
-                            block(int32_t(m), c, mx * bh + bx, my * bv + by, reader);
-                        if (s != StatusOk) return fail(error, statusText(s));
-                    }
+            for (int32_t i = 0; i < count; ++i) {
+                const McuBlock& b = order[i];
+                const ZeqStatus s =
+                    block(b.member, b.component, mx * b.h + b.dx, my * b.v + b.dy, reader);
+                if (s != StatusOk) return fail(error, statusText(s));
             }
         }
         mcuRowDone(my);

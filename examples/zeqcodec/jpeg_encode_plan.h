@@ -111,6 +111,7 @@ public:
     bool mcu(int32_t mx, int16_t* blocks, std::string* error) const;
 
 private:
+    void locateBlocks();
     const Plan& plan_;
     int32_t row_ = -1;
     int32_t paddedWidth_;
@@ -118,6 +119,15 @@ private:
     std::vector<uint8_t> sampled_[2];  // chroma at its own resolution
     const uint8_t* plane_[3] = {};
     int32_t step_[3] = {};
+    // The blocks of one MCU in coding order: where the first MCU's block
+    // starts and how far the next MCU's lies (one flat loop per MCU).
+    struct BlockSource {
+        const uint8_t* first;
+        int32_t step;
+        int32_t mcuStride;
+        const uint16_t* table;
+    };
+    BlockSource blocks_[6] = {};
 };
 
 bool failStatus(const char* what, ZeqStatus status, std::string* error);

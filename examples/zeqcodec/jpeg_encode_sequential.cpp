@@ -75,6 +75,14 @@ public:
         EncodeState state;
         if (!state.state) return failPart(part, "out of memory for the coder state");
         int16_t lastDC[3] = {0, 0, 0};
+        // Each block's tables (built by now, optimal ones included).
+        const HuffmanEncodeSpec* dcOf[6] = {};
+        const HuffmanEncodeSpec* acOf[6] = {};
+        for (int32_t b = 0; b < plan_.blocksPerMcu; ++b) {
+            const int32_t t = plan_.components[size_t(component_[b])].table;
+            dcOf[b] = tables_.dc[t].get();
+            acOf[b] = tables_.ac[t].get();
+        }
         alignas(16) int16_t local[6 * 64];
         std::unique_ptr<StripQuantizer> quantizer;
         if (!store) quantizer.reset(new StripQuantizer(plan_));
@@ -107,11 +115,9 @@ public:
                 }
             }
             for (int32_t b = 0; b < plan_.blocksPerMcu; ++b) {
-                const int32_t c = component_[b];
-                const int32_t t = plan_.components[size_t(c)].table;
                 const ZeqStatus s = zeqiEncodeHuffman8x8_JPEG_16s1u_C1(
-                    blocks + 64 * b, dst, len, &pos, &lastDC[c], tables_.dc[t].get(),
-                    tables_.ac[t].get(), state.state, 0);
+                    blocks + 64 * b, dst, len, &pos, &lastDC[component_[b]], dcOf[b], acOf[b],
+                    state.state, 0);
                 if (s != StatusOk) return failStatusPart(part, "block coding", s);
             }
             part.bytes.grow(size_t(pos));

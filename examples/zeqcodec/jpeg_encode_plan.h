@@ -31,7 +31,7 @@ public:
     ~ByteBuffer() { std::free(data_); }
 
     // Makes room for at least `extra` more bytes behind size().
-    bool reserve(size_t extra);
+    bool reserve(size_t extra) { return capacity_ - size_ >= extra || growToFit(extra); }
     uint8_t* end() { return data_ + size_; }
     size_t room() const { return capacity_ - size_; }
     void grow(size_t written) { size_ += written; }
@@ -40,6 +40,7 @@ public:
     size_t size() const { return size_; }
 
 private:
+    bool growToFit(size_t extra);
     uint8_t* data_ = nullptr;
     size_t size_ = 0, capacity_ = 0;
 };

@@ -34,8 +34,7 @@ bool failStatus(const char* what, ZeqStatus status, std::string* error) {
     return fail(error, std::string(what) + " failed with status " + std::to_string(status));
 }
 
-bool ByteBuffer::reserve(size_t extra) {
-    if (capacity_ - size_ >= extra) return true;
+bool ByteBuffer::growToFit(size_t extra) {
     size_t capacity = std::max<size_t>(capacity_ * 2, 1 << 16);
     while (capacity - size_ < extra) capacity *= 2;
     void* grown = std::realloc(data_, capacity);

@@ -94,11 +94,12 @@ inline int symbol(Reader& in, const HuffmanDecodeSpec* t) {
 
 inline int32_t extend(Reader& in, int s) {
     const uint64_t w = in.word;
-    const int32_t v = static_cast<int32_t>(w >> (64 - s));
-    const int32_t negative = static_cast<int32_t>(static_cast<int64_t>(~w) >> 63);
+    const uint32_t low = zeq::kLowBitMasks[s];
+    const uint32_t v = static_cast<uint32_t>((w << s) | (w >> (64 - s))) & low;
+    const uint32_t negative = static_cast<uint32_t>(static_cast<int64_t>(~w) >> 63);
     in.word <<= s;
     in.bits -= s;
-    return v - (negative & ((1 << s) - 1));
+    return static_cast<int32_t>(v - (negative & low));
 }
 
 // Figures of a scan: symbols (DC, AC, EOB and ZRL alike), their code bits

@@ -199,7 +199,20 @@ inline Figures figuresOf(const uint8_t* src, size_t len, int blocks, const Huffm
 using namespace zeq::test;
 
 struct Coder {
-    explicit Coder(PhotoBlockShape shape) : blocks(photoBlocks(kBlocks, shape, 2024)) {
+    // With `optimal`, the tables are the optimal ones for these blocks (as a
+    // two-pass encoder makes them) instead of the standard luminance ones.
+    Coder(PhotoBlockShape shape, bool optimal) : blocks(photoBlocks(kBlocks, shape, 2024)) {
+        if (optimal) {
+            std::vector<int32_t> dc(257, 0), ac(257, 0);
+            int16_t lastDC = 0;
+            for (int i = 0; i < kBlocks; ++i) countBlockSymbols(&blocks[64 * i], lastDC, dc, ac);
+            const TableDefinition dcDefinition = optimalDefinition(dc);
+            const TableDefinition acDefinition = optimalDefinition(ac);
+            dcEncSpec = encodeSpec(dcDefinition);
+            acEncSpec = encodeSpec(acDefinition);
+            dcDecSpec = decodeSpec(dcDefinition);
+            acDecSpec = decodeSpec(acDefinition);
+        }
         stream.resize(static_cast<size_t>(kBlocks) * 300);
         coded = encode();
         // A marker ends the data for the direct decoder.
@@ -287,9 +300,9 @@ struct Coder {
 
 enum class Op { Encode, EncodeDirect, Decode, DecodeDirect, Copy, IdealLoop, IdealByBlock };
 
-template <Op kOp>
+template <Op kOp, bool kOptimalTables = false>
 void BM_Huffman(benchmark::State& state) {
-    Coder coder(state.range(0) == 75 ? kQuality75 : kQuality95);
+    Coder coder(state.range(0) == 75 ? kQuality75 : kQuality95, kOptimalTables);
     if ((kOp == Op::IdealLoop || kOp == Op::IdealByBlock) && !coder.idealMatches()) {
         state.SkipWithError("the ideal loop decodes other coefficients");
         return;
@@ -322,7 +335,7 @@ void BM_Huffman(benchmark::State& state) {
     }
     state.SetBytesProcessed(state.iterations() * coder.coded);
     state.counters["bytes/block"] = double(coder.coded) / kBlocks;
-    if (kOp == Op::IdealLoop) {
+    if (kOp == Op::IdealLoop || kOp == Op::Decode) {
         const ideal::Figures f = ideal::figuresOf(coder.stream.data(), size_t(coder.coded), kBlocks,
                                                   coder.dcDec(), coder.acDec());
         state.counters["symbols/block"] = double(f.symbols) / kBlocks;
@@ -343,6 +356,16 @@ BENCHMARK(BM_Huffman<Op::IdealLoop>)
     ->Arg(95);
 BENCHMARK(BM_Huffman<Op::IdealByBlock>)
     ->Name("HuffmanDecodeIdealPerBlockCall_Reference/quality")
+    ->Arg(75)
+    ->Arg(95);
+// The decoders on streams coded with optimal tables (more codes of 9 to 16
+// bits than the standard tables give these blocks), with their reference.
+BENCHMARK(BM_Huffman<Op::Decode, true>)
+    ->Name("HuffmanDecode8x8_OptimalTables/quality")
+    ->Arg(75)
+    ->Arg(95);
+BENCHMARK(BM_Huffman<Op::IdealLoop, true>)
+    ->Name("HuffmanDecodeIdealLoop_OptimalTables_Reference/quality")
     ->Arg(75)
     ->Arg(95);
 BENCHMARK(BM_Huffman<Op::Copy>)->Name("HuffmanCodedBytesMemcpy/quality")->Arg(75)->Arg(95);

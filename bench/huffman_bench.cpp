@@ -75,7 +75,7 @@ inline void refill(Reader& in) {
     }
 }
 
-inline int symbol(Reader& in, const HuffmanDecodeSpec* t) {
+inline int symbol(Reader& in, const HuffmanDecodeSpec* t, const zeq::LongCodeLimits& limits) {
     const uint32_t entry = t->fastLookup[in.word >> 56];
     const int length = static_cast<int>(entry >> 16);
     if (__builtin_expect(length - 1u < 8u, 1)) {
@@ -85,7 +85,7 @@ inline int symbol(Reader& in, const HuffmanDecodeSpec* t) {
     }
     // Longer codes: the library's eight-lane length search.
     const uint32_t window = static_cast<uint32_t>(in.word >> 47);
-    int l = zeq::longCodeLength(zeq::LongCodeLimits(t), window);
+    int l = zeq::longCodeLength(limits, window);
     if (l > 16) l = 16;  // not reached on the benchmark streams
     in.word <<= l;
     in.bits -= l;
@@ -112,10 +112,11 @@ struct Figures {
 };
 
 template <bool kCount>
-inline int countedSymbol(Reader& in, const HuffmanDecodeSpec* t, Figures* f) {
-    if (!kCount) return symbol(in, t);
+inline int countedSymbol(Reader& in, const HuffmanDecodeSpec* t, const zeq::LongCodeLimits& limits,
+                         Figures* f) {
+    if (!kCount) return symbol(in, t, limits);
     const int before = in.bits;
-    const int s = symbol(in, t);
+    const int s = symbol(in, t, limits);
     ++f->symbols;
     f->codeBits += before - in.bits;
     f->longCodes += before - in.bits > 8;
@@ -127,13 +128,14 @@ inline void decodeBlock(Reader& in, int32_t& lastDC, int16_t* dst, const Huffman
                         const HuffmanDecodeSpec* ac, Figures* f = nullptr) {
     std::memset(dst, 0, 64 * sizeof(int16_t));
     if (in.bits < 32) refill(in);
-    const int s = countedSymbol<kCount>(in, dc, f) & 15;
+    const int s = countedSymbol<kCount>(in, dc, zeq::LongCodeLimits(dc), f) & 15;
     if (kCount) f->extraBits += s;
     if (s != 0) lastDC += extend(in, s);
     dst[0] = static_cast<int16_t>(lastDC);
+    const zeq::LongCodeLimits acLimits(ac);
     for (int k = 1; k < 64; ++k) {
         if (in.bits < 32) refill(in);
-        const int rs = countedSymbol<kCount>(in, ac, f);
+        const int rs = countedSymbol<kCount>(in, ac, acLimits, f);
         const int size = rs & 15;
         const int run = rs >> 4;
         if (size == 0) {

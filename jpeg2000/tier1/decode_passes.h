@@ -1,0 +1,278 @@
+// The three coding passes as the decoders run them. They scan and model
+// exactly as the encoder's passes (t1_passes.h) but are written for
+// decoding: the four rows of a stripe column are unrolled, so that every
+// shift, row offset and neighbourhood update is a constant, the coefficient
+// is written where its decision is taken, and the arithmetic decoder's
+// registers and contexts live in the pass's locals.
+//
+// A Source gives the decisions: `decide(label)` for a context-coded bit and
+// `sign(label, xorBit)` for a sign. The arithmetic source reads the MQ
+// decoder, the raw source plain bits (labels ignored).
+#ifndef ZEQ_JPEG2000_TIER1_DECODE_PASSES_H
+#define ZEQ_JPEG2000_TIER1_DECODE_PASSES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "core/rows.h"
+#include "jpeg2000/tier1/t1_passes.h"
+
+namespace zeq::t1 {
+
+// Where a pass writes coefficients and what it writes for the current plane
+// p: a new significant coefficient gets 3 x 2^p / 2 and its sign; a
+// refinement keeps the bits above p, sets bit p to the decision and the
+// mid-point bit below it.
+struct CoefficientPlane {
+    uint8_t* block;
+    std::ptrdiff_t step;
+    uint32_t planeBit;
+    uint32_t midpoint;
+    uint32_t half;
+    uint32_t maskAbove;
+};
+
+// The grid and the coefficients of one stripe column, as the row code sees
+// them.
+struct DecodeColumn {
+    uint32_t* words;       // the column's first state word
+    uint8_t* coefficient;  // the column's coefficient in the stripe's first row
+};
+
+// Marks the sample at row R of a stripe column significant: its own column's
+// stripe word is the caller's `state`; the neighbouring columns' words and
+// the words of the stripes above and below are updated in the array. Words
+// that gain nothing for this row are not touched.
+template <bool Causal, int R>
+[[gnu::always_inline]] inline void markSignificantRow(uint32_t* column, int32_t stride,
+                                                      uint64_t& state, int negative) {
+    static constexpr StripeSignificance kPositive = makeStripeSignificance(Causal, R, 0);
+    static constexpr StripeSignificance kNegative = makeStripeSignificance(Causal, R, 1);
+    const uint64_t sign = 0 - static_cast<uint64_t>(negative);
+    const auto pick = [sign](uint64_t p, uint64_t n) { return p | (sign & (p ^ n)); };
+    state |= pick(kPositive.centre, kNegative.centre);
+    const uint64_t left = pick(kPositive.left, kNegative.left);
+    const uint64_t right = pick(kPositive.right, kNegative.right);
+    if constexpr (static_cast<uint32_t>(kPositive.left | kNegative.left) != 0) {
+        column[-1] |= static_cast<uint32_t>(left);
+        column[1] |= static_cast<uint32_t>(right);
+    }
+    if constexpr (((kPositive.left | kNegative.left) >> 32) != 0) {
+        column[stride - 1] |= static_cast<uint32_t>(left >> 32);
+        column[stride + 1] |= static_cast<uint32_t>(right >> 32);
+    }
+    if constexpr (kPositive.outsideRow != 0) {
+        uint32_t* outside = column + std::ptrdiff_t{kPositive.outsideRow} * stride;
+        outside[-1] |= kPositive.outside[0];
+        outside[0] |= static_cast<uint32_t>(pick(kPositive.outside[1], kNegative.outside[1]));
+        outside[1] |= kPositive.outside[2];
+    }
+    static_assert(kPositive.outside[0] == kNegative.outside[0] &&
+                      kPositive.outside[2] == kNegative.outside[2],
+                  "diagonal neighbours carry no sign");
+}
+
+template <int R>
+[[gnu::always_inline]] inline uint8_t* coefficientRow(const DecodeColumn& c,
+                                                      const CoefficientPlane& out) {
+    return c.coefficient + out.step * R;
+}
+
+// Decodes the sign of the sample at row R, writes its coefficient and marks
+// it significant; `half` is its state.
+template <bool Raw, bool Causal, int R, class Source>
+[[gnu::always_inline]] inline void decodeNewSignificant(Source& source, const DecodeColumn& c,
+                                                        int32_t stride, const CoefficientPlane& out,
+                                                        uint64_t& state, uint32_t half) {
+    int negative;
+    if (Raw) {
+        negative = source.sign(kSignFirstLabel, 0);
+    } else {
+        const uint32_t entry = signEntry(half);
+        negative = source.sign(static_cast<int>(entry & 0xFF), entry >> 31);
+    }
+    storeElement<uint32_t>(coefficientRow<R>(c, out), 0,
+                           (static_cast<uint32_t>(negative) << 31) | out.midpoint);
+    markSignificantRow<Causal, R>(c.words, stride, state, negative);
+}
+
+// Rows of a stripe column, unrolled: Full is a compile-time true for stripes
+// of four rows, else `rows` masks the rows that exist.
+template <bool Full, int R>
+[[gnu::always_inline]] inline bool rowExists(uint64_t rows) {
+    return Full || ((rows >> (16 * R)) & 1) != 0;
+}
+
+// ---- Significance propagation ----------------------------------------------
+
+template <bool Raw, bool Causal, bool Full, int R, class Source>
+[[gnu::always_inline]] inline void significanceRow(Source& source, const DecodeColumn& c,
+                                                   int32_t stride, const CoefficientPlane& out,
+                                                   const uint8_t* zeroCoding, uint64_t& state,
+                                                   uint64_t rows) {
+    const uint32_t half = static_cast<uint32_t>(state >> (16 * R));
+    // Coded when not significant, not visited and some neighbour is
+    // significant; the row above may have just become significant.
+    if ((half & kNeighbourMask) == 0 || (half & (kSignificant | kVisited)) != 0 ||
+        !rowExists<Full, R>(rows))
+        return;
+    state |= uint64_t{kVisited} << (16 * R);
+    if (source.decide(zeroCoding[half & kNeighbourMask]))
+        decodeNewSignificant<Raw, Causal, R>(source, c, stride, out, state, half);
+}
+
+template <bool Raw, bool Causal, class Source>
+[[gnu::noinline]] void decodeSignificancePass(const SampleGrid& grid, Source& shared,
+                                              const CoefficientPlane& plane,
+                                              const uint8_t* zeroCoding) {
+    const SampleGrid g = grid;
+    const CoefficientPlane out = plane;
+    Source source = shared;
+    int y0 = 0;
+    const auto stripe = [&](auto full, uint64_t rows) {
+        uint32_t* words = g.words + (y0 >> 1) * g.stride;
+        uint8_t* coefficients = out.block + out.step * y0;
+        for (int x = 0; x < g.width; ++x, ++words, coefficients += 4) {
+            const uint64_t loaded = loadColumn(words, g.stride);
+            if ((propagationCandidates(loaded) & rows) == 0) continue;
+            uint64_t state = loaded;
+            const DecodeColumn c{words, coefficients};
+            constexpr bool F = decltype(full)::value;
+            significanceRow<Raw, Causal, F, 0>(source, c, g.stride, out, zeroCoding, state, rows);
+            significanceRow<Raw, Causal, F, 1>(source, c, g.stride, out, zeroCoding, state, rows);
+            significanceRow<Raw, Causal, F, 2>(source, c, g.stride, out, zeroCoding, state, rows);
+            significanceRow<Raw, Causal, F, 3>(source, c, g.stride, out, zeroCoding, state, rows);
+            storeColumn(words, g.stride, state);
+        }
+    };
+    for (; y0 + 4 <= g.height; y0 += 4) stripe(std::true_type{}, ~uint64_t{0});
+    if (y0 < g.height) stripe(std::false_type{}, stripeRowsMask(g.height - y0));
+    shared = source;
+}
+
+// ---- Magnitude refinement ----------------------------------------------------
+
+template <bool Full, int R, class Source>
+[[gnu::always_inline]] inline void refinementRow(Source& source, const DecodeColumn& c,
+                                                 const CoefficientPlane& out, uint64_t& state,
+                                                 uint64_t rows) {
+    const uint32_t half = static_cast<uint32_t>(state >> (16 * R));
+    if ((half & (kSignificant | kVisited)) != kSignificant || !rowExists<Full, R>(rows)) return;
+    state |= uint64_t{kRefined} << (16 * R);
+    const int bit = source.decide(refinementLabel(half));
+    uint8_t* row = coefficientRow<R>(c, out);
+    const uint32_t v = loadElement<uint32_t>(row, 0);
+    storeElement<uint32_t>(
+        row, 0,
+        (v & out.maskAbove) | out.half | (out.planeBit & (0u - static_cast<uint32_t>(bit))));
+}
+
+template <class Source>
+[[gnu::noinline]] void decodeRefinementPass(const SampleGrid& grid, Source& shared,
+                                            const CoefficientPlane& plane) {
+    const SampleGrid g = grid;
+    const CoefficientPlane out = plane;
+    Source source = shared;
+    int y0 = 0;
+    const auto stripe = [&](auto full, uint64_t rows) {
+        uint32_t* words = g.words + (y0 >> 1) * g.stride;
+        uint8_t* coefficients = out.block + out.step * y0;
+        for (int x = 0; x < g.width; ++x, ++words, coefficients += 4) {
+            const uint64_t loaded = loadColumn(words, g.stride);
+            if ((refinementCandidates(loaded) & rows) == 0) continue;
+            uint64_t state = loaded;
+            const DecodeColumn c{words, coefficients};
+            constexpr bool F = decltype(full)::value;
+            // Refinement changes no neighbourhood: each row reads the state
+            // the column had when the pass reached it.
+            refinementRow<F, 0>(source, c, out, state, rows);
+            refinementRow<F, 1>(source, c, out, state, rows);
+            refinementRow<F, 2>(source, c, out, state, rows);
+            refinementRow<F, 3>(source, c, out, state, rows);
+            storeColumn(words, g.stride, state);
+        }
+    };
+    for (; y0 + 4 <= g.height; y0 += 4) stripe(std::true_type{}, ~uint64_t{0});
+    if (y0 < g.height) stripe(std::false_type{}, stripeRowsMask(g.height - y0));
+    shared = source;
+}
+
+// ---- Cleanup -----------------------------------------------------------------
+
+// Normal mode of row R: From is the first row still to decode (the rows
+// above it were settled by run mode).
+template <bool Causal, bool Full, int R, class Source>
+[[gnu::always_inline]] inline void cleanupRow(Source& source, const DecodeColumn& c, int32_t stride,
+                                              const CoefficientPlane& out,
+                                              const uint8_t* zeroCoding, uint64_t& state,
+                                              uint64_t rows) {
+    const uint32_t half = static_cast<uint32_t>(state >> (16 * R));
+    if ((half & (kSignificant | kVisited)) != 0 || !rowExists<Full, R>(rows)) return;
+    if (source.decide(zeroCoding[half & kNeighbourMask]))
+        decodeNewSignificant<false, Causal, R>(source, c, stride, out, state, half);
+}
+
+template <bool Causal, class Source>
+[[gnu::noinline]] void decodeCleanupPass(const SampleGrid& grid, Source& shared,
+                                         const CoefficientPlane& plane, const uint8_t* zeroCoding) {
+    const SampleGrid g = grid;
+    const CoefficientPlane out = plane;
+    Source source = shared;
+    int y0 = 0;
+    const auto stripe = [&](auto full, uint64_t rows) {
+        constexpr bool F = decltype(full)::value;
+        uint32_t* words = g.words + (y0 >> 1) * g.stride;
+        uint8_t* coefficients = out.block + out.step * y0;
+        for (int x = 0; x < g.width; ++x, ++words, coefficients += 4) {
+            const uint64_t loaded = loadColumn(words, g.stride);
+            uint64_t state = loaded;
+            const DecodeColumn c{words, coefficients};
+            if (F && state == 0) {
+                // Run mode: one decision for the four rows, then the row of
+                // the first significant one and its sign; the rows below it
+                // continue in normal mode.
+                if (!source.decide(kRunLabel)) continue;
+                const int high = source.decide(kUniformLabel);
+                const int r = (high << 1) | source.decide(kUniformLabel);
+                switch (r) {
+                    case 0:
+                        decodeNewSignificant<false, Causal, 0>(source, c, g.stride, out, state, 0);
+                        goto row1;
+                    case 1:
+                        decodeNewSignificant<false, Causal, 1>(source, c, g.stride, out, state, 0);
+                        goto row2;
+                    case 2:
+                        decodeNewSignificant<false, Causal, 2>(source, c, g.stride, out, state, 0);
+                        goto row3;
+                    default:
+                        decodeNewSignificant<false, Causal, 3>(source, c, g.stride, out, state, 0);
+                        goto done;
+                }
+            }
+            if ((unsettledSamples(loaded) & rows) == 0) continue;
+            cleanupRow<Causal, F, 0>(source, c, g.stride, out, zeroCoding, state, rows);
+        row1:
+            cleanupRow<Causal, F, 1>(source, c, g.stride, out, zeroCoding, state, rows);
+        row2:
+            cleanupRow<Causal, F, 2>(source, c, g.stride, out, zeroCoding, state, rows);
+        row3:
+            cleanupRow<Causal, F, 3>(source, c, g.stride, out, zeroCoding, state, rows);
+        done:
+            if (state != loaded) storeColumn(words, g.stride, state);
+        }
+    };
+    for (; y0 + 4 <= g.height; y0 += 4) stripe(std::true_type{}, ~uint64_t{0});
+    if (y0 < g.height) stripe(std::false_type{}, stripeRowsMask(g.height - y0));
+    // The visited marks go at the end, all at once: no sample's decoding
+    // reads those of another column.
+    for (int32_t y = 0; y < (g.height + 1) / 2; ++y) {
+        uint32_t* row = g.words + y * g.stride;
+        for (int32_t x = 0; x < g.width; ++x) row[x] &= ~kBothHalves(kVisited);
+    }
+    shared = source;
+}
+
+}  // namespace zeq::t1
+
+#endif  // ZEQ_JPEG2000_TIER1_DECODE_PASSES_H

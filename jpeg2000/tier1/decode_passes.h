@@ -5,12 +5,16 @@
 // is written where its decision is taken, and the arithmetic decoder's
 // registers and contexts live in the pass's locals.
 //
+// The zero-coding table is a template argument, so that its lookups take
+// no register.
+//
 // A Source gives the decisions: `decide(label)` for a context-coded bit and
 // `sign(label, xorBit)` for a sign. The arithmetic source reads the MQ
 // decoder, the raw source plain bits (labels ignored).
 #ifndef ZEQ_JPEG2000_TIER1_DECODE_PASSES_H
 #define ZEQ_JPEG2000_TIER1_DECODE_PASSES_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -24,6 +28,8 @@ namespace zeq::t1 {
 // p: a new significant coefficient gets 3 x 2^p / 2 and its sign; a
 // refinement keeps the bits above p, sets bit p to the decision and the
 // mid-point bit below it.
+using ZeroCodingTable = std::array<uint8_t, 256>;
+
 struct CoefficientPlane {
     uint8_t* block;
     std::ptrdiff_t step;
@@ -49,23 +55,22 @@ template <bool Causal, int R>
                                                       uint64_t& state, int negative) {
     static constexpr StripeSignificance kPositive = makeStripeSignificance(Causal, R, 0);
     static constexpr StripeSignificance kNegative = makeStripeSignificance(Causal, R, 1);
-    const uint64_t sign = 0 - static_cast<uint64_t>(negative);
-    const auto pick = [sign](uint64_t p, uint64_t n) { return p | (sign & (p ^ n)); };
-    state |= pick(kPositive.centre, kNegative.centre);
-    const uint64_t left = pick(kPositive.left, kNegative.left);
-    const uint64_t right = pick(kPositive.right, kNegative.right);
+    // One load per word from the table row of the sign (the row's
+    // always-zero words are known here and skipped).
+    const StripeSignificance& m = StripeSignificanceTable<Causal>::kRows[R][negative];
+    state |= m.centre;
     if constexpr (static_cast<uint32_t>(kPositive.left | kNegative.left) != 0) {
-        column[-1] |= static_cast<uint32_t>(left);
-        column[1] |= static_cast<uint32_t>(right);
+        column[-1] |= static_cast<uint32_t>(m.left);
+        column[1] |= static_cast<uint32_t>(m.right);
     }
     if constexpr (((kPositive.left | kNegative.left) >> 32) != 0) {
-        column[stride - 1] |= static_cast<uint32_t>(left >> 32);
-        column[stride + 1] |= static_cast<uint32_t>(right >> 32);
+        column[stride - 1] |= static_cast<uint32_t>(m.left >> 32);
+        column[stride + 1] |= static_cast<uint32_t>(m.right >> 32);
     }
     if constexpr (kPositive.outsideRow != 0) {
         uint32_t* outside = column + std::ptrdiff_t{kPositive.outsideRow} * stride;
         outside[-1] |= kPositive.outside[0];
-        outside[0] |= static_cast<uint32_t>(pick(kPositive.outside[1], kNegative.outside[1]));
+        outside[0] |= m.outside[1];
         outside[1] |= kPositive.outside[2];
     }
     static_assert(kPositive.outside[0] == kNegative.outside[0] &&
@@ -106,11 +111,10 @@ template <bool Full, int R>
 
 // ---- Significance propagation ----------------------------------------------
 
-template <bool Raw, bool Causal, bool Full, int R, class Source>
+template <bool Raw, bool Causal, const ZeroCodingTable& ZeroCoding, bool Full, int R, class Source>
 [[gnu::always_inline]] inline void significanceRow(Source& source, const DecodeColumn& c,
                                                    int32_t stride, const CoefficientPlane& out,
-                                                   const uint8_t* zeroCoding, uint64_t& state,
-                                                   uint64_t rows) {
+                                                   uint64_t& state, uint64_t rows) {
     const uint32_t half = static_cast<uint32_t>(state >> (16 * R));
     // Coded when not significant, not visited and some neighbour is
     // significant; the row above may have just become significant.
@@ -118,19 +122,18 @@ template <bool Raw, bool Causal, bool Full, int R, class Source>
         !rowExists<Full, R>(rows))
         return;
     state |= uint64_t{kVisited} << (16 * R);
-    if (source.decide(zeroCoding[half & kNeighbourMask]))
+    if (source.decide(ZeroCoding[half & kNeighbourMask]))
         decodeNewSignificant<Raw, Causal, R>(source, c, stride, out, state, half);
 }
 
-template <bool Raw, bool Causal, class Source>
+template <bool Raw, bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
 [[gnu::noinline]] void decodeSignificancePass(const SampleGrid& grid, Source& shared,
-                                              const CoefficientPlane& plane,
-                                              const uint8_t* zeroCoding) {
+                                              const CoefficientPlane& plane) {
     const SampleGrid g = grid;
     const CoefficientPlane out = plane;
     Source source = shared;
     int y0 = 0;
-    const auto stripe = [&](auto full, uint64_t rows) {
+    const auto stripe = [&](auto full, uint64_t rows) __attribute__((always_inline)) {
         uint32_t* words = g.words + (y0 >> 1) * g.stride;
         uint8_t* coefficients = out.block + out.step * y0;
         for (int x = 0; x < g.width; ++x, ++words, coefficients += 4) {
@@ -139,10 +142,10 @@ template <bool Raw, bool Causal, class Source>
             uint64_t state = loaded;
             const DecodeColumn c{words, coefficients};
             constexpr bool F = decltype(full)::value;
-            significanceRow<Raw, Causal, F, 0>(source, c, g.stride, out, zeroCoding, state, rows);
-            significanceRow<Raw, Causal, F, 1>(source, c, g.stride, out, zeroCoding, state, rows);
-            significanceRow<Raw, Causal, F, 2>(source, c, g.stride, out, zeroCoding, state, rows);
-            significanceRow<Raw, Causal, F, 3>(source, c, g.stride, out, zeroCoding, state, rows);
+            significanceRow<Raw, Causal, ZeroCoding, F, 0>(source, c, g.stride, out, state, rows);
+            significanceRow<Raw, Causal, ZeroCoding, F, 1>(source, c, g.stride, out, state, rows);
+            significanceRow<Raw, Causal, ZeroCoding, F, 2>(source, c, g.stride, out, state, rows);
+            significanceRow<Raw, Causal, ZeroCoding, F, 3>(source, c, g.stride, out, state, rows);
             storeColumn(words, g.stride, state);
         }
     };
@@ -153,14 +156,14 @@ template <bool Raw, bool Causal, class Source>
 
 // ---- Magnitude refinement ----------------------------------------------------
 
-template <bool Full, int R, class Source>
+// `refined` marks the column's samples to refine (significance bit of each
+// row), `labels` holds their label offsets (refinementLabelOffsets).
+template <int R, class Source>
 [[gnu::always_inline]] inline void refinementRow(Source& source, const DecodeColumn& c,
-                                                 const CoefficientPlane& out, uint64_t& state,
-                                                 uint64_t rows) {
-    const uint32_t half = static_cast<uint32_t>(state >> (16 * R));
-    if ((half & (kSignificant | kVisited)) != kSignificant || !rowExists<Full, R>(rows)) return;
-    state |= uint64_t{kRefined} << (16 * R);
-    const int bit = source.decide(refinementLabel(half));
+                                                 const CoefficientPlane& out, uint64_t refined,
+                                                 uint64_t labels) {
+    if ((refined & (uint64_t{kSignificant} << (16 * R))) == 0) return;
+    const int bit = source.decide(kRefineFirstLabel + static_cast<int>((labels >> (16 * R)) & 3));
     uint8_t* row = coefficientRow<R>(c, out);
     const uint32_t v = loadElement<uint32_t>(row, 0);
     storeElement<uint32_t>(
@@ -175,22 +178,23 @@ template <class Source>
     const CoefficientPlane out = plane;
     Source source = shared;
     int y0 = 0;
-    const auto stripe = [&](auto full, uint64_t rows) {
+    const auto stripe = [&](auto, uint64_t rows) __attribute__((always_inline)) {
         uint32_t* words = g.words + (y0 >> 1) * g.stride;
         uint8_t* coefficients = out.block + out.step * y0;
         for (int x = 0; x < g.width; ++x, ++words, coefficients += 4) {
-            const uint64_t loaded = loadColumn(words, g.stride);
-            if ((refinementCandidates(loaded) & rows) == 0) continue;
-            uint64_t state = loaded;
+            const uint64_t state = loadColumn(words, g.stride);
+            const uint64_t refined = refinementCandidates(state) & rows;
+            if (refined == 0) continue;
             const DecodeColumn c{words, coefficients};
-            constexpr bool F = decltype(full)::value;
-            // Refinement changes no neighbourhood: each row reads the state
+            // Refinement changes no neighbourhood: every row reads the state
             // the column had when the pass reached it.
-            refinementRow<F, 0>(source, c, out, state, rows);
-            refinementRow<F, 1>(source, c, out, state, rows);
-            refinementRow<F, 2>(source, c, out, state, rows);
-            refinementRow<F, 3>(source, c, out, state, rows);
-            storeColumn(words, g.stride, state);
+            const uint64_t labels = refinementLabelOffsets(state);
+            refinementRow<0>(source, c, out, refined, labels);
+            refinementRow<1>(source, c, out, refined, labels);
+            refinementRow<2>(source, c, out, refined, labels);
+            refinementRow<3>(source, c, out, refined, labels);
+            static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above");
+            storeColumn(words, g.stride, state | (refined << 2));
         }
     };
     for (; y0 + 4 <= g.height; y0 += 4) stripe(std::true_type{}, ~uint64_t{0});
@@ -202,25 +206,24 @@ template <class Source>
 
 // Normal mode of row R: From is the first row still to decode (the rows
 // above it were settled by run mode).
-template <bool Causal, bool Full, int R, class Source>
+template <bool Causal, const ZeroCodingTable& ZeroCoding, bool Full, int R, class Source>
 [[gnu::always_inline]] inline void cleanupRow(Source& source, const DecodeColumn& c, int32_t stride,
-                                              const CoefficientPlane& out,
-                                              const uint8_t* zeroCoding, uint64_t& state,
+                                              const CoefficientPlane& out, uint64_t& state,
                                               uint64_t rows) {
     const uint32_t half = static_cast<uint32_t>(state >> (16 * R));
     if ((half & (kSignificant | kVisited)) != 0 || !rowExists<Full, R>(rows)) return;
-    if (source.decide(zeroCoding[half & kNeighbourMask]))
+    if (source.decide(ZeroCoding[half & kNeighbourMask]))
         decodeNewSignificant<false, Causal, R>(source, c, stride, out, state, half);
 }
 
-template <bool Causal, class Source>
+template <bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
 [[gnu::noinline]] void decodeCleanupPass(const SampleGrid& grid, Source& shared,
-                                         const CoefficientPlane& plane, const uint8_t* zeroCoding) {
+                                         const CoefficientPlane& plane) {
     const SampleGrid g = grid;
     const CoefficientPlane out = plane;
     Source source = shared;
     int y0 = 0;
-    const auto stripe = [&](auto full, uint64_t rows) {
+    const auto stripe = [&](auto full, uint64_t rows) __attribute__((always_inline)) {
         constexpr bool F = decltype(full)::value;
         uint32_t* words = g.words + (y0 >> 1) * g.stride;
         uint8_t* coefficients = out.block + out.step * y0;
@@ -251,13 +254,13 @@ template <bool Causal, class Source>
                 }
             }
             if ((unsettledSamples(loaded) & rows) == 0) continue;
-            cleanupRow<Causal, F, 0>(source, c, g.stride, out, zeroCoding, state, rows);
+            cleanupRow<Causal, ZeroCoding, F, 0>(source, c, g.stride, out, state, rows);
         row1:
-            cleanupRow<Causal, F, 1>(source, c, g.stride, out, zeroCoding, state, rows);
+            cleanupRow<Causal, ZeroCoding, F, 1>(source, c, g.stride, out, state, rows);
         row2:
-            cleanupRow<Causal, F, 2>(source, c, g.stride, out, zeroCoding, state, rows);
+            cleanupRow<Causal, ZeroCoding, F, 2>(source, c, g.stride, out, state, rows);
         row3:
-            cleanupRow<Causal, F, 3>(source, c, g.stride, out, zeroCoding, state, rows);
+            cleanupRow<Causal, ZeroCoding, F, 3>(source, c, g.stride, out, state, rows);
         done:
             if (state != loaded) storeColumn(words, g.stride, state);
         }

@@ -330,7 +330,7 @@ inline void mqDecoderStart(MqDecoderRegisters& r, const uint8_t* data, int32_t l
 
 // Shifts A back to at least half the interval, reading a byte whenever CT
 // runs out; while CT covers the whole shift it is done at once.
-inline void mqRenormalize(MqDecoderCursor& r) {
+[[gnu::always_inline]] inline void mqRenormalize(MqDecoderCursor& r) {
     int shift = __builtin_clz(r.a);
     if (__builtin_expect(shift <= r.ct, 1)) {
         r.a <<= shift;
@@ -350,7 +350,7 @@ inline void mqRenormalize(MqDecoderCursor& r) {
 
 // The LPS interval is the lower one: a code value below Qe decodes the LPS
 // (or, after the conditional exchange, the MPS).
-inline int mqDecode(MqDecoderCursor& r, MqDecodeContext& context) {
+[[gnu::always_inline]] inline int mqDecode(MqDecoderCursor& r, MqDecodeContext& context) {
     const uint32_t qe = context.qe;
     int d = context.mps;
     r.a -= qe;

@@ -60,8 +60,10 @@ struct ArithmeticDecoder {
         for (int i = 0; i < kContextCount; ++i) rows[i] = contexts[i].self;
     }
 
-    int decide(int label) { return mqDecode(mq, contexts[label]); }
-    int sign(int label, uint32_t xorBit) { return decide(label) ^ static_cast<int>(xorBit); }
+    [[gnu::always_inline]] int decide(int label) { return mqDecode(mq, contexts[label]); }
+    [[gnu::always_inline]] int sign(int label, uint32_t xorBit) {
+        return decide(label) ^ static_cast<int>(xorBit);
+    }
 };
 
 // Raw passes read plain bits: no contexts, no XOR.
@@ -100,25 +102,25 @@ bool predictableTerminationHolds(const MqDecoderRegisters& mq) {
     return mq.position == mq.length && (mq.c & 0xFFFFu) == ((0xFFFF0000u >> mq.ct) & 0xFFFFu);
 }
 
-template <bool Causal>
+template <bool Causal, const ZeroCodingTable& ZeroCoding>
 bool decodePass(ProgressiveDecodeState* s, const SampleGrid& g, int32_t next,
                 ArithmeticDecoder& arith, RawDecoder& raw) {
     const CoefficientPlane out = coefficientPlane(s);
     switch (next) {
         case kNextSignificance:
-            decodeSignificancePass<false, Causal>(g, arith, out, s->zeroCoding);
+            decodeSignificancePass<false, Causal, ZeroCoding>(g, arith, out);
             return true;
         case kNextRefinement:
             decodeRefinementPass(g, arith, out);
             return true;
         case kNextRawSignificance:
-            decodeSignificancePass<true, Causal>(g, raw, out, s->zeroCoding);
+            decodeSignificancePass<true, Causal, ZeroCoding>(g, raw, out);
             return true;
         case kNextRawRefinement:
             decodeRefinementPass(g, raw, out);
             return true;
         default:
-            decodeCleanupPass<Causal>(g, arith, out, s->zeroCoding);
+            decodeCleanupPass<Causal, ZeroCoding>(g, arith, out);
             if (s->flags & kFlagSegmentationSymbol) {
                 int symbol = 0;
                 for (int i = 0; i < 4; ++i) symbol = (symbol << 1) | arith.decide(kUniformLabel);
@@ -126,6 +128,16 @@ bool decodePass(ProgressiveDecodeState* s, const SampleGrid& g, int32_t next,
             }
             return true;
     }
+}
+
+template <bool Causal>
+bool decodePass(ProgressiveDecodeState* s, const SampleGrid& g, int32_t next,
+                ArithmeticDecoder& arith, RawDecoder& raw) {
+    if (s->zeroCoding == kZeroCodingHighLow.data())
+        return decodePass<Causal, kZeroCodingHighLow>(s, g, next, arith, raw);
+    if (s->zeroCoding == kZeroCodingHighHigh.data())
+        return decodePass<Causal, kZeroCodingHighHigh>(s, g, next, arith, raw);
+    return decodePass<Causal, kZeroCodingLowLow>(s, g, next, arith, raw);
 }
 
 }  // namespace

@@ -163,7 +163,7 @@ template <int R, class Source>
                                                  const CoefficientPlane& out, uint64_t refined,
                                                  uint64_t labels) {
     if ((refined & (uint64_t{kSignificant} << (16 * R))) == 0) return;
-    const int bit = source.decide(kRefineFirstLabel + static_cast<int>((labels >> (16 * R)) & 3));
+    const int bit = source.refine(kRefineFirstLabel + static_cast<int>((labels >> (16 * R)) & 3));
     uint8_t* row = coefficientRow<R>(c, out);
     const uint32_t v = loadElement<uint32_t>(row, 0);
     storeElement<uint32_t>(

@@ -62,8 +62,9 @@ struct ArithmeticDecoder {
 
     [[gnu::always_inline]] int decide(int label) { return mqDecode(mq, contexts[label]); }
     [[gnu::always_inline]] int sign(int label, uint32_t xorBit) {
-        return decide(label) ^ static_cast<int>(xorBit);
+        return mqDecodeEven(mq, contexts[label]) ^ static_cast<int>(xorBit);
     }
+    [[gnu::always_inline]] int refine(int label) { return mqDecodeEven(mq, contexts[label]); }
 };
 
 // Raw passes read plain bits: no contexts, no XOR.
@@ -72,6 +73,7 @@ struct RawDecoder {
 
     int decide(int) { return rawGet(raw); }
     int sign(int, uint32_t) { return rawGet(raw); }
+    int refine(int) { return rawGet(raw); }
 };
 
 bool isRawPass(int32_t next) { return next == kNextRawSignificance || next == kNextRawRefinement; }

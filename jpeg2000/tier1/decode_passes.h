@@ -8,9 +8,14 @@
 // The zero-coding table is a template argument, so that its lookups take
 // no register.
 //
-// A Source gives the decisions: `decide(label)` for a context-coded bit and
-// `sign(label, xorBit)` for a sign. The arithmetic source reads the MQ
-// decoder, the raw source plain bits (labels ignored).
+// A Source gives the decisions: `decide(label)` for a context-coded bit
+// whose more probable value usually comes (cleanup), `decideEven(label)` for
+// one near even odds (significance propagation, refinement), decoded without
+// data-dependent branches, and `sign(label, xorBit)` for a sign (also
+// branch-free). The arithmetic source reads the MQ decoder, the raw source
+// plain bits (labels ignored). On the low planes of a finely quantized block
+// half the decisions of those passes go either way, and a mispredicted
+// branch costs more than the few instructions the branch-free form adds.
 #ifndef ZEQ_JPEG2000_TIER1_DECODE_PASSES_H
 #define ZEQ_JPEG2000_TIER1_DECODE_PASSES_H
 
@@ -122,7 +127,7 @@ template <bool Raw, bool Causal, const ZeroCodingTable& ZeroCoding, bool Full, i
         !rowExists<Full, R>(rows))
         return;
     state |= uint64_t{kVisited} << (16 * R);
-    if (source.decide(ZeroCoding[half & kNeighbourMask]))
+    if (source.decideEven(ZeroCoding[half & kNeighbourMask]))
         decodeNewSignificant<Raw, Causal, R>(source, c, stride, out, state, half);
 }
 
@@ -163,7 +168,8 @@ template <int R, class Source>
                                                  const CoefficientPlane& out, uint64_t refined,
                                                  uint64_t labels) {
     if ((refined & (uint64_t{kSignificant} << (16 * R))) == 0) return;
-    const int bit = source.refine(kRefineFirstLabel + static_cast<int>((labels >> (16 * R)) & 3));
+    const int bit =
+        source.decideEven(kRefineFirstLabel + static_cast<int>((labels >> (16 * R)) & 3));
     uint8_t* row = coefficientRow<R>(c, out);
     const uint32_t v = loadElement<uint32_t>(row, 0);
     storeElement<uint32_t>(

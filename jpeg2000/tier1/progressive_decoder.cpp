@@ -64,7 +64,7 @@ struct ArithmeticDecoder {
     [[gnu::always_inline]] int sign(int label, uint32_t xorBit) {
         return mqDecodeEven(mq, contexts[label]) ^ static_cast<int>(xorBit);
     }
-    [[gnu::always_inline]] int refine(int label) { return mqDecodeEven(mq, contexts[label]); }
+    [[gnu::always_inline]] int decideEven(int label) { return mqDecodeEven(mq, contexts[label]); }
 };
 
 // Raw passes read plain bits: no contexts, no XOR.
@@ -73,7 +73,7 @@ struct RawDecoder {
 
     int decide(int) { return rawGet(raw); }
     int sign(int, uint32_t) { return rawGet(raw); }
-    int refine(int) { return rawGet(raw); }
+    int decideEven(int) { return rawGet(raw); }
 };
 
 bool isRawPass(int32_t next) { return next == kNextRawSignificance || next == kNextRawRefinement; }

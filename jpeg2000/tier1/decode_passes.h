@@ -161,28 +161,13 @@ template <bool Raw, bool Causal, const ZeroCodingTable& ZeroCoding, class Source
 
 // ---- Magnitude refinement ----------------------------------------------------
 
-// `refined` marks the column's samples to refine (significance bit of each
-// row), `labels` holds their label offsets (refinementLabelOffsets).
-template <int R, class Source>
-[[gnu::always_inline]] inline void refinementRow(Source& source, const DecodeColumn& c,
-                                                 const CoefficientPlane& out, uint64_t refined,
-                                                 uint64_t labels) {
-    if ((refined & (uint64_t{kSignificant} << (16 * R))) == 0) return;
-    const int bit =
-        source.decideEven(kRefineFirstLabel + static_cast<int>((labels >> (16 * R)) & 3));
-    uint8_t* row = coefficientRow<R>(c, out);
-    const uint32_t v = loadElement<uint32_t>(row, 0);
-    storeElement<uint32_t>(
-        row, 0,
-        (v & out.maskAbove) | out.half | (out.planeBit & (0u - static_cast<uint32_t>(bit))));
-}
-
 template <class Source>
 [[gnu::noinline]] void decodeRefinementPass(const SampleGrid& grid, Source& shared,
                                             const CoefficientPlane& plane) {
     const SampleGrid g = grid;
     const CoefficientPlane out = plane;
     Source source = shared;
+    const std::ptrdiff_t rowOffsets[4] = {0, out.step, 2 * out.step, 3 * out.step};
     int y0 = 0;
     const auto stripe = [&](auto, uint64_t rows) __attribute__((always_inline)) {
         uint32_t* words = g.words + (y0 >> 1) * g.stride;
@@ -191,14 +176,21 @@ template <class Source>
             const uint64_t state = loadColumn(words, g.stride);
             const uint64_t refined = refinementCandidates(state) & rows;
             if (refined == 0) continue;
-            const DecodeColumn c{words, coefficients};
             // Refinement changes no neighbourhood: every row reads the state
-            // the column had when the pass reached it.
+            // the column had when the pass reached it. The rows are found
+            // one by one from the mask (one loop exit per column to predict,
+            // not a branch per row).
             const uint64_t labels = refinementLabelOffsets(state);
-            refinementRow<0>(source, c, out, refined, labels);
-            refinementRow<1>(source, c, out, refined, labels);
-            refinementRow<2>(source, c, out, refined, labels);
-            refinementRow<3>(source, c, out, refined, labels);
+            for (uint64_t left = refined; left != 0; left &= left - 1) {
+                const int shift = __builtin_ctzll(left) & ~15;  // 16 x row
+                const int bit = source.decideEven(kRefineFirstLabel +
+                                                  static_cast<int>((labels >> shift) & 3));
+                uint8_t* row = coefficients + rowOffsets[shift >> 4];
+                const uint32_t v = loadElement<uint32_t>(row, 0);
+                storeElement<uint32_t>(row, 0,
+                                       (v & out.maskAbove) | out.half |
+                                           (out.planeBit & (0u - static_cast<uint32_t>(bit))));
+            }
             static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above");
             storeColumn(words, g.stride, state | (refined << 2));
         }

@@ -116,42 +116,49 @@ template <bool Full, int R>
 
 // ---- Significance propagation ----------------------------------------------
 
-template <bool Raw, bool Causal, const ZeroCodingTable& ZeroCoding, bool Full, int R, class Source>
-[[gnu::always_inline]] inline void significanceRow(Source& source, const DecodeColumn& c,
-                                                   int32_t stride, const CoefficientPlane& out,
-                                                   uint64_t& state, uint64_t rows) {
-    const uint32_t half = static_cast<uint32_t>(state >> (16 * R));
-    // Coded when not significant, not visited and some neighbour is
-    // significant; the row above may have just become significant.
-    if ((half & kNeighbourMask) == 0 || (half & (kSignificant | kVisited)) != 0 ||
-        !rowExists<Full, R>(rows))
-        return;
-    state |= uint64_t{kVisited} << (16 * R);
-    if (source.decideEven(ZeroCoding[half & kNeighbourMask]))
-        decodeNewSignificant<Raw, Causal, R>(source, c, stride, out, state, half);
-}
-
 template <bool Raw, bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
 [[gnu::noinline]] void decodeSignificancePass(const SampleGrid& grid, Source& shared,
                                               const CoefficientPlane& plane) {
     const SampleGrid g = grid;
     const CoefficientPlane out = plane;
     Source source = shared;
+    const std::ptrdiff_t rowOffsets[4] = {0, out.step, 2 * out.step, 3 * out.step};
     int y0 = 0;
-    const auto stripe = [&](auto full, uint64_t rows) __attribute__((always_inline)) {
+    const auto stripe = [&](auto, uint64_t rows) __attribute__((always_inline)) {
         uint32_t* words = g.words + (y0 >> 1) * g.stride;
         uint8_t* coefficients = out.block + out.step * y0;
         for (int x = 0; x < g.width; ++x, ++words, coefficients += 4) {
-            const uint64_t loaded = loadColumn(words, g.stride);
-            if ((propagationCandidates(loaded) & rows) == 0) continue;
-            uint64_t state = loaded;
-            const DecodeColumn c{words, coefficients};
-            constexpr bool F = decltype(full)::value;
-            significanceRow<Raw, Causal, ZeroCoding, F, 0>(source, c, g.stride, out, state, rows);
-            significanceRow<Raw, Causal, ZeroCoding, F, 1>(source, c, g.stride, out, state, rows);
-            significanceRow<Raw, Causal, ZeroCoding, F, 2>(source, c, g.stride, out, state, rows);
-            significanceRow<Raw, Causal, ZeroCoding, F, 3>(source, c, g.stride, out, state, rows);
-            storeColumn(words, g.stride, state);
+            uint64_t state = loadColumn(words, g.stride);
+            // Candidates are found from the column's mask (one loop exit per
+            // column to predict, not a branch per row); a row that the
+            // sample above it makes a candidate joins the mask.
+            uint64_t candidates = propagationCandidates(state) & rows;
+            if (candidates == 0) continue;
+            const uint64_t unsettled = (unsettledSamples(state) >> 4) & rows;
+            uint64_t coded = candidates;  // every candidate is decoded, hence visited
+            do {
+                const uint64_t mark = candidates & (0 - candidates);
+                const int shift = __builtin_ctzll(candidates) & ~15;  // 16 x row
+                candidates ^= mark;
+                const uint32_t half = static_cast<uint32_t>(state >> shift);
+                if (source.decideEven(ZeroCoding[half & kNeighbourMask])) {
+                    int negative;
+                    if (Raw) {
+                        negative = source.sign(kSignFirstLabel, 0);
+                    } else {
+                        const uint32_t entry = signEntry(half);
+                        negative = source.sign(static_cast<int>(entry & 0xFF), entry >> 31);
+                    }
+                    storeElement<uint32_t>(coefficients + rowOffsets[shift >> 4], 0,
+                                           (static_cast<uint32_t>(negative) << 31) | out.midpoint);
+                    markSignificant<Causal>(words, g.stride, state, shift >> 4, negative);
+                    const uint64_t below = unsettled & (mark << 16);
+                    candidates |= below;
+                    coded |= below;
+                }
+            } while (candidates != 0);
+            static_assert(kVisited == 0x100 << 5, "candidate marks sit five bits below visited");
+            storeColumn(words, g.stride, state | (coded << 5));
         }
     };
     for (; y0 + 4 <= g.height; y0 += 4) stripe(std::true_type{}, ~uint64_t{0});
@@ -183,8 +190,8 @@ template <class Source>
             const uint64_t labels = refinementLabelOffsets(state);
             for (uint64_t left = refined; left != 0; left &= left - 1) {
                 const int shift = __builtin_ctzll(left) & ~15;  // 16 x row
-                const int bit = source.decideEven(kRefineFirstLabel +
-                                                  static_cast<int>((labels >> shift) & 3));
+                const int bit =
+                    source.decideEven(kRefineFirstLabel + static_cast<int>((labels >> shift) & 3));
                 uint8_t* row = coefficients + rowOffsets[shift >> 4];
                 const uint32_t v = loadElement<uint32_t>(row, 0);
                 storeElement<uint32_t>(row, 0,

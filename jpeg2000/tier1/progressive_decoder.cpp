@@ -42,8 +42,10 @@ void setPlane(ProgressiveDecodeState* s, int32_t plane) {
 }
 
 CoefficientPlane coefficientPlane(const ProgressiveDecodeState* s) {
-    return {s->destination,   s->destinationStep, s->planeBit,
-            s->planeMidpoint, s->planeHalf,       s->planeMaskAbove};
+    const std::ptrdiff_t step = s->destinationStep;
+    return {s->destination, {0, step, 2 * step, 3 * step},
+            s->planeBit,    s->planeMidpoint,
+            s->planeHalf,   s->planeMaskAbove};
 }
 
 // What a pass keeps of the arithmetic decoder: A, C and CT, the contexts (a

@@ -42,9 +42,9 @@ struct CoefficientPlane {
     uint32_t maskAbove;
 };
 
-// Decodes the sign of the sample at row r of a stripe column, writes its
-// coefficient and marks it significant (the steps the encoder's passes take
-// for a new significant sample, with this coder); `half` is its state.
+// The coder that the encoder's steps for a new significant sample
+// (codeSignificantSample) see while decoding: the sign comes from the
+// source, and the coefficient is written.
 template <class Source>
 struct NewSignificant {
     Source& source;
@@ -57,6 +57,8 @@ struct NewSignificant {
     }
 };
 
+// Decodes the sign of the sample at row r of a stripe column, writes its
+// coefficient and marks it significant; `half` is its state.
 template <bool Raw, bool Causal, class Source>
 [[gnu::always_inline]] inline void decodeNewSignificant(Source& source, const SampleGrid& g,
                                                         uint32_t* column, uint8_t* coefficient,

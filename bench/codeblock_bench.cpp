@@ -26,14 +26,17 @@ namespace {
 constexpr int kSide = 64;
 constexpr int kSamples = kSide * kSide;
 
-// Laplacian magnitudes with a scale that leaves about 8 significant planes.
-std::vector<int32_t> waveletBlock() {
+// Laplacian magnitudes with a scale that leaves about 8 significant planes;
+// a larger scale gives the dense, noisy blocks of a lossless high band
+// (decisions near even odds on the low planes).
+std::vector<int32_t> waveletBlock(double scale = 12.0) {
     std::mt19937 rng(2024);
-    std::exponential_distribution<double> magnitude(1.0 / 12.0);
+    std::exponential_distribution<double> magnitude(1.0 / scale);
     std::bernoulli_distribution negative(0.5);
     std::vector<int32_t> v(kSamples);
     for (auto& w : v) {
-        const auto m = static_cast<uint32_t>(std::min(255.0, std::floor(magnitude(rng))));
+        const auto m =
+            static_cast<uint32_t>(std::min(16.0 * scale + 63, std::floor(magnitude(rng))));
         w = static_cast<int32_t>(m | (m && negative(rng) ? 0x80000000u : 0));
     }
     return v;
@@ -76,8 +79,8 @@ void BM_Encode(benchmark::State& st, int32_t flags) {
     zeqiEncodeFree_JPEG2K(state);
 }
 
-void BM_Decode(benchmark::State& st, int32_t flags) {
-    const std::vector<int32_t> block = waveletBlock();
+void BM_Decode(benchmark::State& st, int32_t flags, double scale = 12.0) {
+    const std::vector<int32_t> block = waveletBlock(scale);
     CodeBlockEncodeState* enc = nullptr;
     zeqiEncodeInitAlloc_JPEG2K(&enc, {kSide, kSide});
     std::vector<uint8_t> out(1 << 16);
@@ -106,6 +109,7 @@ BENCHMARK_CAPTURE(BM_Encode, default, 0)->Name("CodeBlockEncode64x64/default");
 BENCHMARK_CAPTURE(BM_Encode, bypass, 2)->Name("CodeBlockEncode64x64/bypass");
 BENCHMARK_CAPTURE(BM_Decode, default, 0)->Name("CodeBlockDecode64x64/default");
 BENCHMARK_CAPTURE(BM_Decode, bypass, 2)->Name("CodeBlockDecode64x64/bypass");
+BENCHMARK_CAPTURE(BM_Decode, dense, 0, 400.0)->Name("CodeBlockDecode64x64/dense");
 
 #ifdef ZEQJ_BENCH_OPENJPEG
 

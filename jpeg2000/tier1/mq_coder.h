@@ -243,21 +243,27 @@ inline void mqFlushShortest(MqEncoderRegisters& r, Sink& sink) {
 //
 // A decoding context holds its whole current row, so that one load gives Qe
 // and the MPS; `self` is the row's index (2 x state index + MPS), the form
-// the decoder record keeps.
+// the decoder record keeps. The row index after a decision sits at
+// `next[renormalized + lps]`: unchanged, after an MPS, after an LPS.
 struct MqDecodeContext {
     uint32_t qe;  // Qe << 16
+    uint8_t self;
     uint8_t afterMps;
     uint8_t afterLps;
     uint8_t mps;
-    uint8_t self;
+
+    uint8_t next(uint32_t step) const {
+        const uint8_t rows[3] = {self, afterMps, afterLps};
+        return rows[step];
+    }
 };
 static_assert(sizeof(MqDecodeContext) == 8, "a decoding context is one 64-bit word");
 
 constexpr std::array<MqDecodeContext, 94> makeMqDecodeContexts() {
     std::array<MqDecodeContext, 94> t{};
     for (int i = 0; i < 94; ++i)
-        t[i] = {kMqTransitions[i].qe << 16, kMqTransitions[i].afterMps, kMqTransitions[i].afterLps,
-                static_cast<uint8_t>(i & 1), static_cast<uint8_t>(i)};
+        t[i] = {kMqTransitions[i].qe << 16, static_cast<uint8_t>(i), kMqTransitions[i].afterMps,
+                kMqTransitions[i].afterLps, static_cast<uint8_t>(i & 1)};
     return t;
 }
 inline constexpr std::array<MqDecodeContext, 94> kMqDecodeContexts = makeMqDecodeContexts();
@@ -328,29 +334,49 @@ inline void mqDecoderStart(MqDecoderRegisters& r, const uint8_t* data, int32_t l
     r.a = kMqDecoderHalfInterval;
 }
 
-// Shifts A back to at least half the interval, reading a byte whenever CT
-// runs out; while CT covers the whole shift it is done at once.
-inline void mqRenormalize(MqDecoderCursor& r) {
-    int shift = __builtin_clz(r.a);
+// A, C and CT by value, for the out-of-line part of the renormalization.
+struct MqShifted {
+    uint32_t a;
+    uint32_t c;
+    int32_t ct;
+};
+
+// The renormalization that runs out of bits in CT: reads a byte whenever CT
+// runs out. Kept out of line (it runs about once per byte) so that the
+// decision code inlined into the passes stays small.
+[[gnu::noinline]] inline MqShifted mqRenormalizeReading(MqDecoderRegisters& s, uint32_t a,
+                                                        uint32_t c, int32_t ct) {
+    int shift = __builtin_clz(a);
+    do {
+        if (ct == 0) mqByteIn(s, c, ct);
+        const int n = shift < ct ? shift : ct;
+        a <<= n;
+        c <<= n;
+        ct -= n;
+        shift -= n;
+    } while (shift > 0);
+    return {a, c, ct};
+}
+
+// Shifts A back to at least half the interval; while CT covers the whole
+// shift it is done at once.
+[[gnu::always_inline]] inline void mqRenormalize(MqDecoderCursor& r) {
+    const int shift = __builtin_clz(r.a);
     if (__builtin_expect(shift <= r.ct, 1)) {
         r.a <<= shift;
         r.c <<= shift;
         r.ct -= shift;
         return;
     }
-    do {
-        if (r.ct == 0) mqByteIn(*r.stream, r.c, r.ct);
-        const int n = shift < r.ct ? shift : r.ct;
-        r.a <<= n;
-        r.c <<= n;
-        r.ct -= n;
-        shift -= n;
-    } while (shift > 0);
+    const MqShifted n = mqRenormalizeReading(*r.stream, r.a, r.c, r.ct);
+    r.a = n.a;
+    r.c = n.c;
+    r.ct = n.ct;
 }
 
 // The LPS interval is the lower one: a code value below Qe decodes the LPS
 // (or, after the conditional exchange, the MPS).
-inline int mqDecode(MqDecoderCursor& r, MqDecodeContext& context) {
+[[gnu::always_inline]] inline int mqDecode(MqDecoderCursor& r, MqDecodeContext& context) {
     const uint32_t qe = context.qe;
     int d = context.mps;
     r.a -= qe;
@@ -372,6 +398,30 @@ inline int mqDecode(MqDecoderCursor& r, MqDecodeContext& context) {
             context = kMqDecodeContexts[context.afterMps];
         }
     }
+    mqRenormalize(r);
+    return d;
+}
+
+// The same decision without a data-dependent branch: both intervals are
+// formed and the outcome selected, and the renormalization shift is 0 when
+// none is due. Slower than mqDecode where the MPS is the likely outcome,
+// but decisions near even odds (refinement bits, signs, the low planes of a
+// lossless block) would mispredict every other branch there.
+[[gnu::always_inline]] inline int mqDecodeEven(MqDecoderCursor& r, MqDecodeContext& context) {
+    const uint32_t qe = context.qe;
+    const uint32_t rest = r.a - qe;
+    uint32_t low = r.c < qe;  // the code value lies in the lower (Qe) interval
+    uint32_t lps = low ^ static_cast<uint32_t>(rest < qe);
+    // The compiler would turn the selections below back into branches on
+    // these conditions; hidden from it, they stay arithmetic.
+    asm("" : "+r"(low), "+r"(lps));
+    const uint32_t lowMask = 0 - low;
+    // An LPS always renormalizes: the step is 0, 1 (MPS) or 2 (LPS).
+    const uint32_t step = (low | ((rest >> 31) ^ 1)) + lps;
+    const int d = context.mps ^ static_cast<int>(lps);
+    r.c -= qe & ~lowMask;
+    r.a = (qe & lowMask) | (rest & ~lowMask);
+    context = kMqDecodeContexts[context.next(step)];
     mqRenormalize(r);
     return d;
 }

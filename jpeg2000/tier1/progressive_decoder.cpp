@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "core/rows.h"
-#include "jpeg2000/tier1/t1_passes.h"
+#include "jpeg2000/tier1/decode_passes.h"
 
 namespace zeq::t1 {
 
@@ -41,39 +41,18 @@ void setPlane(ProgressiveDecodeState* s, int32_t plane) {
     s->planeMaskAbove = ~((bit << 1) - 1);
 }
 
-// Writes reconstructed samples: a new significant sample gets 3 x 2^p / 2
-// and its sign; a refinement keeps the bits above p, sets bit p to the
-// decision and the mid-point bit below it.
-struct SampleWriter {
-    StripeRows<uint8_t> rows;
-    uint32_t planeBit;  // the current plane's set, as in the record
-    uint32_t midpoint;
-    uint32_t half;
-    uint32_t maskAbove;
-
-    void setPlane(const ProgressiveDecodeState* s) {
-        planeBit = s->planeBit;
-        midpoint = s->planeMidpoint;
-        half = s->planeHalf;
-        maskAbove = s->planeMaskAbove;
-    }
-    void significant(int x, int r, int negative) const {
-        storeElement<uint32_t>(rows.row(r), x, (static_cast<uint32_t>(negative) << 31) | midpoint);
-    }
-    void refined(int x, int r, int bit) const {
-        uint8_t* row = rows.row(r);
-        const uint32_t v = loadElement<uint32_t>(row, x);
-        storeElement<uint32_t>(
-            row, x, (v & maskAbove) | half | (planeBit & (0u - static_cast<uint32_t>(bit))));
-    }
-};
+CoefficientPlane coefficientPlane(const ProgressiveDecodeState* s) {
+    const std::ptrdiff_t step = s->destinationStep;
+    return {s->destination, {0, step, 2 * step, 3 * step},
+            s->planeBit,    s->planeMidpoint,
+            s->planeHalf,   s->planeMaskAbove};
+}
 
 // What a pass keeps of the arithmetic decoder: A, C and CT, the contexts (a
-// copy, so that they sit next to the pass's other locals) and pointers to the
-// byte stream and the sample writer, which it touches less often.
+// copy, so that they sit next to the pass's other locals) and a pointer to
+// the byte stream, which it touches once per byte.
 struct ArithmeticDecoder {
     MqDecoderCursor mq;
-    SampleWriter* out;
     MqDecodeContext contexts[kContextCount];
 
     void setContexts(const uint8_t* rows) {
@@ -83,40 +62,20 @@ struct ArithmeticDecoder {
         for (int i = 0; i < kContextCount; ++i) rows[i] = contexts[i].self;
     }
 
-    void stripe(int y0) { out->rows.start(y0); }
-    int decide(int label) { return mqDecode(mq, contexts[label]); }
-    int bit(int, int, int label) { return decide(label); }
-    int sign(int, int, int label, uint32_t xorBit) {
-        return decide(label) ^ static_cast<int>(xorBit);
+    [[gnu::always_inline]] int decide(int label) { return mqDecode(mq, contexts[label]); }
+    [[gnu::always_inline]] int sign(int label, uint32_t xorBit) {
+        return mqDecodeEven(mq, contexts[label]) ^ static_cast<int>(xorBit);
     }
-    void significant(int x, int r, int negative) { out->significant(x, r, negative); }
-    int refine(int x, int r, int label) {
-        const int b = decide(label);
-        out->refined(x, r, b);
-        return b;
-    }
-    int run(int) {
-        if (!decide(kRunLabel)) return -1;
-        const int high = decide(kUniformLabel);
-        return (high << 1) | decide(kUniformLabel);
-    }
+    [[gnu::always_inline]] int decideEven(int label) { return mqDecodeEven(mq, contexts[label]); }
 };
 
+// Raw passes read plain bits: no contexts, no XOR.
 struct RawDecoder {
     RawReader raw;
-    SampleWriter* out;
 
-    void stripe(int y0) { out->rows.start(y0); }
-
-    int bit(int, int, int) { return rawGet(raw); }
-    int sign(int, int, int, uint32_t) { return rawGet(raw); }
-    void significant(int x, int r, int negative) { out->significant(x, r, negative); }
-    int refine(int x, int r, int) {
-        const int b = rawGet(raw);
-        out->refined(x, r, b);
-        return b;
-    }
-    int run(int) { return -1; }  // raw passes have no run mode
+    int decide(int) { return rawGet(raw); }
+    int sign(int, uint32_t) { return rawGet(raw); }
+    int decideEven(int) { return rawGet(raw); }
 };
 
 bool isRawPass(int32_t next) { return next == kNextRawSignificance || next == kNextRawRefinement; }
@@ -147,24 +106,25 @@ bool predictableTerminationHolds(const MqDecoderRegisters& mq) {
     return mq.position == mq.length && (mq.c & 0xFFFFu) == ((0xFFFF0000u >> mq.ct) & 0xFFFFu);
 }
 
-template <bool Causal>
+template <bool Causal, const ZeroCodingTable& ZeroCoding>
 bool decodePass(ProgressiveDecodeState* s, const SampleGrid& g, int32_t next,
                 ArithmeticDecoder& arith, RawDecoder& raw) {
+    const CoefficientPlane out = coefficientPlane(s);
     switch (next) {
         case kNextSignificance:
-            significancePass<false, Causal>(g, arith, s->zeroCoding);
+            decodeSignificancePass<false, Causal, ZeroCoding>(g, arith, out);
             return true;
         case kNextRefinement:
-            refinementPass(g, arith);
+            decodeRefinementPass(g, arith, out);
             return true;
         case kNextRawSignificance:
-            significancePass<true, Causal>(g, raw, s->zeroCoding);
+            decodeSignificancePass<true, Causal, ZeroCoding>(g, raw, out);
             return true;
         case kNextRawRefinement:
-            refinementPass(g, raw);
+            decodeRefinementPass(g, raw, out);
             return true;
         default:
-            cleanupPass<Causal>(g, arith, s->zeroCoding);
+            decodeCleanupPass<Causal, ZeroCoding>(g, arith, out);
             if (s->flags & kFlagSegmentationSymbol) {
                 int symbol = 0;
                 for (int i = 0; i < 4; ++i) symbol = (symbol << 1) | arith.decide(kUniformLabel);
@@ -172,6 +132,16 @@ bool decodePass(ProgressiveDecodeState* s, const SampleGrid& g, int32_t next,
             }
             return true;
     }
+}
+
+template <bool Causal>
+bool decodePass(ProgressiveDecodeState* s, const SampleGrid& g, int32_t next,
+                ArithmeticDecoder& arith, RawDecoder& raw) {
+    if (s->zeroCoding == kZeroCodingHighLow.data())
+        return decodePass<Causal, kZeroCodingHighLow>(s, g, next, arith, raw);
+    if (s->zeroCoding == kZeroCodingHighHigh.data())
+        return decodePass<Causal, kZeroCodingHighHigh>(s, g, next, arith, raw);
+    return decodePass<Causal, kZeroCodingLowLow>(s, g, next, arith, raw);
 }
 
 }  // namespace
@@ -208,20 +178,18 @@ ZeqStatus decodeStep(ProgressiveDecodeState* s, const uint8_t* src, int32_t srcL
     const bool perPass = (s->flags & kFlagTerminateEachPass) != 0;
     const bool causal = (s->flags & kFlagCausal) != 0;
 
-    SampleWriter writer{StripeRows<uint8_t>(s->destination, s->destinationStep), 0, 0, 0, 0};
     MqDecoderRegisters mq{};
-    RawDecoder raw{{}, &writer};
+    RawDecoder raw{};
     if (isRawPass(s->nextPass))
         rawReaderStart(raw.raw, src, srcLen);
     else
         mqDecoderStart(mq, src, srcLen);
-    ArithmeticDecoder arith{MqDecoderCursor(mq), &writer, {}};
+    ArithmeticDecoder arith{MqDecoderCursor(mq), {}};
     arith.setContexts(s->contexts);
 
     ZeqStatus status = StatusOk;
     for (;;) {
         const int32_t next = s->nextPass;
-        writer.setPlane(s);
         if (s->flags & kFlagResetContexts) arith.setContexts(kInitialContexts.data());
         const bool ok = causal ? decodePass<true>(s, g, next, arith, raw)
                                : decodePass<false>(s, g, next, arith, raw);

@@ -64,6 +64,41 @@ TEST(MqCoder, EveryTerminationDecodesTheDecisionsWithMissingBytesReadAsFF) {
     }
 }
 
+// The branch-free decision against the branching one on arbitrary bytes
+// (markers, 0xFF runs, segments that end early included) and every context
+// state: the same decisions, registers, stream position and contexts after
+// every step.
+TEST(MqCoder, BranchFreeDecisionsMatchTheBranchingDecoder) {
+    for (int i = 0; i < scaledCount(2000); ++i) {
+        auto& rng = seededRng(static_cast<uint32_t>(7000 + i));
+        std::vector<uint8_t> bytes(static_cast<size_t>(uniform<int>(rng, 0, 60)));
+        for (auto& b : bytes) {
+            const int kind = uniform<int>(rng, 0, 9);
+            b = static_cast<uint8_t>(kind == 0   ? 0xFF
+                                     : kind == 1 ? uniform<int>(rng, 0x80, 0xFF)
+                                                 : uniform<int>(rng, 0, 255));
+        }
+        MqDecoderRegisters branching{}, even{};
+        mqDecoderStart(branching, bytes.data(), static_cast<int32_t>(bytes.size()));
+        mqDecoderStart(even, bytes.data(), static_cast<int32_t>(bytes.size()));
+        MqDecoderCursor a(branching), b(even);
+        MqDecodeContext ca[kContextCount], cb[kContextCount];
+        for (int k = 0; k < kContextCount; ++k)
+            ca[k] = cb[k] = kMqDecodeContexts[static_cast<size_t>(uniform<int>(rng, 0, 93))];
+        for (int k = 0; k < 600; ++k) {
+            const int label = uniform<int>(rng, 0, kContextCount - 1);
+            const int expected = mqDecode(a, ca[label]);
+            ASSERT_EQ(mqDecodeEven(b, cb[label]), expected) << i << " " << k;
+            ASSERT_EQ(b.a, a.a) << i << " " << k;
+            ASSERT_EQ(b.c, a.c) << i << " " << k;
+            ASSERT_EQ(b.ct, a.ct) << i << " " << k;
+            ASSERT_EQ(cb[label].self, ca[label].self) << i << " " << k;
+        }
+        ASSERT_EQ(even.position, branching.position) << i;
+        ASSERT_EQ(even.markerReached, branching.markerReached) << i;
+    }
+}
+
 TEST(MqCoder, ShortestTerminationIsNeverLongerThanTheStandardFlush) {
     for (int i = 0; i < scaledCount(2000); ++i) {
         auto& rng = seededRng(static_cast<uint32_t>(i));

@@ -1,0 +1,214 @@
+// The three coding passes as the decoders run them. They scan and model
+// exactly as the encoder's passes (t1_passes.h) but are written for
+// decoding: the coefficient is written where its decision is taken, the
+// arithmetic decoder's registers and contexts live in the pass's locals, and
+// the zero-coding table is a template argument, so that its lookups take no
+// register. A column's samples are found from its mask of candidates: one
+// loop exit per column for the branch predictor, not a branch per row.
+//
+// A Source gives the decisions: `decide(label)` for a context-coded bit
+// whose more probable value usually comes (cleanup), `decideEven(label)` for
+// one near even odds (significance propagation, refinement), decoded without
+// data-dependent branches, and `sign(label, xorBit)` for a sign (also
+// branch-free). The arithmetic source reads the MQ decoder, the raw source
+// plain bits (labels ignored). On the low planes of a finely quantized block
+// half the decisions of those passes go either way, and a mispredicted
+// branch costs more than the few instructions the branch-free form adds.
+#ifndef ZEQ_JPEG2000_TIER1_DECODE_PASSES_H
+#define ZEQ_JPEG2000_TIER1_DECODE_PASSES_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "core/rows.h"
+#include "jpeg2000/tier1/t1_passes.h"
+
+namespace zeq::t1 {
+
+using ZeroCodingTable = std::array<uint8_t, 256>;
+
+// Where a pass writes coefficients and what it writes for the current plane
+// p: a new significant coefficient gets 3 x 2^p / 2 and its sign; a
+// refinement keeps the bits above p, sets bit p to the decision and the
+// mid-point bit below it.
+struct CoefficientPlane {
+    uint8_t* block;
+    std::ptrdiff_t rowOffset[4];  // of the rows of a stripe: 0, step, 2 x step, 3 x step
+    uint32_t planeBit;
+    uint32_t midpoint;
+    uint32_t half;
+    uint32_t maskAbove;
+};
+
+// The coder that the encoder's steps for a new significant sample
+// (codeSignificantSample) see while decoding: the sign comes from the
+// source, and the coefficient is written.
+template <class Source>
+struct NewSignificant {
+    Source& source;
+    uint8_t* coefficient;
+    uint32_t midpoint;
+
+    int sign(int, int, int label, uint32_t xorBit) { return source.sign(label, xorBit); }
+    void significant(int, int, int negative) {
+        storeElement<uint32_t>(coefficient, 0, (static_cast<uint32_t>(negative) << 31) | midpoint);
+    }
+};
+
+// Decodes the sign of the sample at row r of a stripe column, writes its
+// coefficient and marks it significant; `half` is its state.
+template <bool Raw, bool Causal, class Source>
+[[gnu::always_inline]] inline void decodeNewSignificant(Source& source, const SampleGrid& g,
+                                                        uint32_t* column, uint8_t* coefficient,
+                                                        uint32_t midpoint, uint64_t& state,
+                                                        uint32_t half, int r) {
+    NewSignificant<Source> coder{source, coefficient, midpoint};
+    codeSignificantSample<Raw, Causal>(g, coder, column, state, half, 0, r);
+}
+
+// A stripe column as a pass sees it: its first state word and coefficient
+// and the mask of the stripe's rows that exist.
+struct DecodeColumn {
+    uint32_t* words;
+    uint8_t* coefficients;
+    uint64_t rows;
+};
+
+// Walks the columns of a pass, stripe by stripe, left to right:
+// body(column, full), `full` a compile-time true in stripes of four rows.
+template <class Body>
+[[gnu::always_inline]] inline void forEachDecodeColumn(const SampleGrid& g,
+                                                       const CoefficientPlane& out, Body&& body) {
+    const auto stripe = [&](int y0, uint64_t rows, auto full) __attribute__((always_inline)) {
+        DecodeColumn c{g.words + (y0 >> 1) * g.stride, out.block + out.rowOffset[1] * y0, rows};
+        for (int x = 0; x < g.width; ++x, ++c.words, c.coefficients += 4) body(c, full);
+    };
+    int y0 = 0;
+    for (; y0 + 4 <= g.height; y0 += 4) stripe(y0, ~uint64_t{0}, std::true_type{});
+    if (y0 < g.height) stripe(y0, stripeRowsMask(g.height - y0), std::false_type{});
+}
+
+// ---- Significance propagation ----------------------------------------------
+//
+// Each pass takes the grid and the coefficient plane by value (its stores
+// cannot alias them) and works on a copy of the coder, so that the coder's
+// registers stay out of memory; it is not inlined into its caller, where the
+// passes would share one register allocation.
+
+template <bool Raw, bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
+[[gnu::noinline]] void decodeSignificancePass(const SampleGrid g, Source& shared,
+                                              const CoefficientPlane out) {
+    Source source = shared;
+    forEachDecodeColumn(
+        g, out, [&](DecodeColumn column, auto) __attribute__((always_inline)) {
+            uint64_t state = loadColumn(column.words, g.stride);
+            // Candidates are found from the column's mask (one loop exit per
+            // column to predict, not a branch per row); a row that the
+            // sample above it makes a candidate joins the mask.
+            uint64_t candidates = propagationCandidates(state) & column.rows;
+            if (candidates == 0) return;
+            const uint64_t unsettled = (unsettledSamples(state) >> 4) & column.rows;
+            uint64_t coded = candidates;  // every candidate is decoded, hence visited
+            do {
+                const uint64_t mark = candidates & (0 - candidates);
+                const int shift = __builtin_ctzll(candidates) & ~15;  // 16 x row
+                candidates ^= mark;
+                const uint32_t half = static_cast<uint32_t>(state >> shift);
+                if (source.decideEven(ZeroCoding[half & kNeighbourMask])) {
+                    decodeNewSignificant<Raw, Causal>(
+                        source, g, column.words, column.coefficients + out.rowOffset[shift >> 4],
+                        out.midpoint, state, half, shift >> 4);
+                    const uint64_t below = unsettled & (mark << 16);
+                    candidates |= below;
+                    coded |= below;
+                }
+            } while (candidates != 0);
+            static_assert(kVisited == 0x100 << 5, "candidate marks sit five bits below visited");
+            storeColumn(column.words, g.stride, state | (coded << 5));
+        });
+    shared = source;
+}
+
+// ---- Magnitude refinement ----------------------------------------------------
+
+template <class Source>
+[[gnu::noinline]] void decodeRefinementPass(const SampleGrid g, Source& shared,
+                                            const CoefficientPlane out) {
+    Source source = shared;
+    forEachDecodeColumn(
+        g, out, [&](DecodeColumn column, auto) __attribute__((always_inline)) {
+            const uint64_t state = loadColumn(column.words, g.stride);
+            const uint64_t refined = refinementCandidates(state) & column.rows;
+            if (refined == 0) return;
+            // Refinement changes no neighbourhood: every row reads the state
+            // the column had when the pass reached it. The rows are found
+            // one by one from the mask (one loop exit per column to predict,
+            // not a branch per row).
+            const uint64_t labels = refinementLabelOffsets(state);
+            for (uint64_t left = refined; left != 0; left &= left - 1) {
+                const int shift = __builtin_ctzll(left) & ~15;  // 16 x row
+                const int bit =
+                    source.decideEven(kRefineFirstLabel + static_cast<int>((labels >> shift) & 3));
+                uint8_t* row = column.coefficients + out.rowOffset[shift >> 4];
+                const uint32_t v = loadElement<uint32_t>(row, 0);
+                storeElement<uint32_t>(row, 0,
+                                       (v & out.maskAbove) | out.half |
+                                           (out.planeBit & (0u - static_cast<uint32_t>(bit))));
+            }
+            static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above");
+            storeColumn(column.words, g.stride, state | (refined << 2));
+        });
+    shared = source;
+}
+
+// ---- Cleanup -----------------------------------------------------------------
+
+template <bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
+[[gnu::noinline]] void decodeCleanupPass(const SampleGrid g, Source& shared,
+                                         const CoefficientPlane out) {
+    Source source = shared;
+    forEachDecodeColumn(
+        g, out, [&](DecodeColumn column, auto full) __attribute__((always_inline)) {
+            constexpr bool F = decltype(full)::value;
+            const uint64_t loaded = loadColumn(column.words, g.stride);
+            uint64_t state = loaded;
+            uint64_t candidates;
+            if (F && state == 0) {
+                // Run mode: one decision for the four rows, then the row of
+                // the first significant one and its sign; the rows below it
+                // continue in normal mode.
+                if (!source.decide(kRunLabel)) return;
+                const int high = source.decide(kUniformLabel);
+                const int r = (high << 1) | source.decide(kUniformLabel);
+                decodeNewSignificant<false, Causal>(source, g, column.words,
+                                                    column.coefficients + out.rowOffset[r],
+                                                    out.midpoint, state, 0, r);
+                candidates = kEveryHalf(kSignificant) & rowsBelow(r);
+            } else {
+                candidates = unsettledSamples(state) & column.rows;
+                if (candidates == 0) return;
+            }
+            for (; candidates != 0; candidates &= candidates - 1) {
+                const int shift = __builtin_ctzll(candidates) & ~15;  // 16 x row
+                const uint32_t half = static_cast<uint32_t>(state >> shift);
+                if (source.decide(ZeroCoding[half & kNeighbourMask]))
+                    decodeNewSignificant<false, Causal>(
+                        source, g, column.words, column.coefficients + out.rowOffset[shift >> 4],
+                        out.midpoint, state, half, shift >> 4);
+            }
+            if (state != loaded) storeColumn(column.words, g.stride, state);
+        });
+    // The visited marks go at the end, all at once: no sample's decoding
+    // reads those of another column.
+    for (int32_t y = 0; y < (g.height + 1) / 2; ++y) {
+        uint32_t* row = g.words + y * g.stride;
+        for (int32_t x = 0; x < g.width; ++x) row[x] &= ~kBothHalves(kVisited);
+    }
+    shared = source;
+}
+
+}  // namespace zeq::t1
+
+#endif  // ZEQ_JPEG2000_TIER1_DECODE_PASSES_H

@@ -17,48 +17,60 @@
 
 namespace zeq {
 
+// Where the writer surely has room for a DC code and its extra bits (at most
+// 32 bits): at the start of a block coded from the state, which brings at
+// most 7 pending bits into the 64-bit accumulator.
+enum class DCRoom { Checked, Sure };
+
 // The code of symbol `high` + category of v (v a DC difference, or an AC
 // coefficient after fewer than 15 zeros, so the symbol is inside the table),
 // then its extra bits, in one put. Below zero, v - 1 is the extra bits' ones'
 // complement form, and the bits of it above the category are all ones:
 // adding it to the code plus one, shifted, gives code and extra bits side by
 // side.
-template <MissingCode kMissing>
+template <MissingCode kMissing, bool kSureRoom = false>
 ZEQ_ENTROPY_INLINE ZeqStatus putCodedValue(const HuffmanEncodeSpec* table, size_t high, int32_t v,
                                            StreamBitWriter<kMissing>& out) {
     const uint64_t sign = static_cast<uint64_t>(int64_t{v} >> 63);
     const uint64_t base = static_cast<uint64_t>(int64_t{v}) + sign;
-    const uint32_t s =
-        static_cast<uint32_t>(magnitudeCategoryOf(static_cast<uint32_t>(base ^ sign)));
+    const size_t s = static_cast<unsigned>(magnitudeCategoryOf(static_cast<uint32_t>(base ^ sign)));
     const size_t symbol = high + s;
     const uint32_t entry = loadField<uint32_t>(table, offsetof(HuffmanEncodeSpec, codes), symbol);
-    if (__builtin_expect(codeLength(entry) == 0, 0))
+    const unsigned length = entry >> 16;
+    if (__builtin_expect(length == 0, 0))
         return out.symbolWithBits(table, int(symbol), extraBits(v, int(s)), int(s));
-    out.put(((codeBits(entry) - sign) << s) + base, codeLength(entry) + int(s));
+    const uint64_t bits = ((codeBits(entry) - sign) << s) + base;
+    if (kSureRoom)
+        out.putWithRoom(bits, int(length + s));
+    else
+        out.put(bits, int(length + s));
     return StatusOk;
 }
 
 // The walk of the stream writers, which take every category a 16-bit value
 // has: each non-zero coefficient costs one table read and one put of its code
-// and extra bits together. Runs of 15 zeros and more (ZRLs, and the one
-// symbol past the table, a category 16 after 15 zeros) and symbols without a
-// code take the general path.
-template <MissingCode kMissing>
+// and extra bits together. The mask of the coefficients still to code is
+// shifted so that its lowest bit is zigzag index k: its trailing zeros are
+// the run. Runs of 15 zeros and more (ZRLs, and the one symbol past the
+// table, a category 16 after 15 zeros) and symbols without a code take the
+// general path.
+template <DCRoom kDCRoom = DCRoom::Checked, MissingCode kMissing>
 ZEQ_ENTROPY_INLINE ZeqStatus walkStreamBlock(const int16_t* src, int16_t* lastDC,
                                              const HuffmanEncodeSpec* dc,
                                              const HuffmanEncodeSpec* ac,
                                              StreamBitWriter<kMissing>& out) {
     const int32_t diff = int32_t{src[0]} - *lastDC;
     *lastDC = src[0];
-    if (ZeqStatus status = putCodedValue(dc, 0, diff, out)) return status;
-    uint64_t pending = zigzagNonZeroMask(src) & ~uint64_t{1};
-    size_t next = 1;  // the zigzag index after the last coded coefficient
+    if (ZeqStatus status = putCodedValue<kMissing, kDCRoom == DCRoom::Sure>(dc, 0, diff, out))
+        return status;
+    uint64_t pending = ~zigzagZeroMask(src) >> 1;
+    size_t k = 1;  // the zigzag index of bit 0 of `pending`
     while (pending != 0) {
-        const size_t k = static_cast<unsigned>(__builtin_ctzll(pending));
-        pending &= pending - 1;
-        const size_t run = k - next;
-        next = k + 1;
+        const size_t run = static_cast<unsigned>(__builtin_ctzll(pending));
+        pending = (pending >> run) >> 1;
+        k += run;
         const int32_t c = src[NaturalOfZigzag[k]];
+        ++k;
         if (__builtin_expect(run >= size_t{kLongestRun}, 0)) {
             if (ZeqStatus status = encodeACCoefficient(int(run), static_cast<int16_t>(c), ac, out))
                 return status;
@@ -66,7 +78,7 @@ ZEQ_ENTROPY_INLINE ZeqStatus walkStreamBlock(const int16_t* src, int16_t* lastDC
         }
         if (ZeqStatus status = putCodedValue(ac, run * 16, c, out)) return status;
     }
-    return next < size_t{kBlockSize} ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
+    return k < size_t{kBlockSize} ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
 }
 
 // The state-based block coder with the destination too short for the
@@ -86,7 +98,7 @@ ZEQ_ENTROPY_INLINE ZeqStatus encodeBlockWithState(const int16_t* src, uint8_t* d
     if (!fitsUnchecked(dstLen, *dstPos, kWorstCaseBlockBytes))
         return encodeBlockNearEnd(src, dst, dstLen, dstPos, lastDC, dc, ac, state);
     FastBitWriter out(dst, *dstPos, state);
-    const ZeqStatus status = walkStreamBlock(src, lastDC, dc, ac, out);
+    const ZeqStatus status = walkStreamBlock<DCRoom::Sure>(src, lastDC, dc, ac, out);
     out.close(dstPos, state);
     return status;
 }

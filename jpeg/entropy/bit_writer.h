@@ -198,6 +198,12 @@ public:
         *dstBitPos = static_cast<int32_t>((out_ - start_) * 8 + count);
     }
 
+    // put() where the caller knows that the n bits fit (n <= 64 - pending).
+    ZEQ_ENTROPY_INLINE void putWithRoom(uint64_t code, int n) {
+        wrote_ = true;
+        free_ -= n;
+        acc_ = (acc_ << n) | code;
+    }
     // n (1..32) bits, none above them set, for coders that have already
     // joined a code and its extra bits. The accumulator holds its
     // 64 - free_ pending bits at the bottom (bits above them are stale); when

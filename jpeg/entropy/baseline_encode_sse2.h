@@ -49,9 +49,7 @@ ZEQ_ENTROPY_INLINE ZeqStatus putCodedValue(const HuffmanEncodeSpec* table, size_
 
 // The walk of the stream writers, which take every category a 16-bit value
 // has: each non-zero coefficient costs one table read and one put of its code
-// and extra bits together. The mask of the coefficients still to code is
-// shifted so that its lowest bit is zigzag index k: its trailing zeros are
-// the run. Runs of 15 zeros and more (ZRLs, and the one symbol past the
+// and extra bits together. Runs of 15 zeros and more (ZRLs, and the one symbol past the
 // table, a category 16 after 15 zeros) and symbols without a code take the
 // general path.
 template <DCRoom kDCRoom = DCRoom::Checked, MissingCode kMissing>
@@ -63,22 +61,27 @@ ZEQ_ENTROPY_INLINE ZeqStatus walkStreamBlock(const int16_t* src, int16_t* lastDC
     *lastDC = src[0];
     if (ZeqStatus status = putCodedValue<kMissing, kDCRoom == DCRoom::Sure>(dc, 0, diff, out))
         return status;
-    uint64_t pending = ~zigzagZeroMask(src) >> 1;
-    size_t k = 1;  // the zigzag index of bit 0 of `pending`
+    uint64_t pending = ~(zigzagZeroMask(src) | 1);
+    size_t next = 1;  // the zigzag index after the last coded coefficient
     while (pending != 0) {
-        const size_t run = static_cast<unsigned>(__builtin_ctzll(pending));
-        pending = (pending >> run) >> 1;
-        k += run;
+        const size_t k = static_cast<unsigned>(__builtin_ctzll(pending));
+        pending &= pending - 1;
+        const size_t run = k - next;
+        next = k + 1;
         const int32_t c = src[NaturalOfZigzag[k]];
-        ++k;
         if (__builtin_expect(run >= size_t{kLongestRun}, 0)) {
-            if (ZeqStatus status = encodeACCoefficient(int(run), static_cast<int16_t>(c), ac, out))
+            // Spelled out rather than called, so that the writer stays in registers.
+            size_t zeros = run;
+            for (; zeros > size_t{kLongestRun}; zeros -= kLongestRun + 1)
+                if (ZeqStatus status = out.symbol(ac, kZeroRunSymbol)) return status;
+            const int s = magnitudeCategory(c);
+            if (ZeqStatus status = out.symbolWithBits(ac, int(zeros) * 16 + s, extraBits(c, s), s))
                 return status;
             continue;
         }
         if (ZeqStatus status = putCodedValue(ac, run * 16, c, out)) return status;
     }
-    return k < size_t{kBlockSize} ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
+    return next < size_t{kBlockSize} ? out.symbol(ac, kEndOfBlockSymbol) : StatusOk;
 }
 
 // The state-based block coder with the destination too short for the

@@ -171,7 +171,11 @@ public:
     StreamBitWriter(uint8_t* dst, int32_t bitPos)
         : start_(dst), out_(dst + (bitPos >> 3)), startBits_(bitPos) {
         const int count = bitPos & 7;
-        acc_ = count > 0 ? *out_ >> (8 - count) : 0;
+        // (Read from a zero when none is pending: the byte itself may be past
+        // what this call writes. A select, not a branch.)
+        static constexpr uint8_t kNoBits = 0;
+        const uint8_t* const partial = count > 0 ? out_ : &kNoBits;
+        acc_ = uint64_t{*partial} >> (8 - count);
         free_ = kAccumulatorBits - count;
     }
 
@@ -302,7 +306,7 @@ private:
     uint8_t* start_;
     uint8_t* out_;
     uint64_t acc_;
-    int free_;  // bits the accumulator can take before it is emitted
+    int free_;               // bits the accumulator can take before it is emitted
     int32_t startBits_ = 0;  // the direct writer's first bit position
 };
 

@@ -106,8 +106,8 @@ ZEQ_ENTROPY_INLINE uint64_t zigzagZeroMask(const int16_t* block) {
             _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + row * kBlockRowLength));
         const __m128i b =
             _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + (row + 1) * kBlockRowLength));
-        const auto zeros = static_cast<uint32_t>(
-            _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_packs_epi16(a, b), zero)));
+        const auto zeros =
+            static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_packs_epi16(a, b), zero)));
         zigzag |= kZigzagBitsOfNaturalRows[size_t(row)][zeros & 0xFF] |
                   kZigzagBitsOfNaturalRows[size_t(row) + 1][zeros >> 8];
     }

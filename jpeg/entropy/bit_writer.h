@@ -65,11 +65,15 @@ inline void storeFirstBytes(uint8_t* p, uint64_t word, int m) {
     std::memcpy(at4 + end4, &last4, 4);
 }
 
-// Whether any of the eight bytes is 0xFF (a zero byte of the complement).
-inline bool hasByteFF(uint64_t word) {
+// Bit 7 of each of the eight bytes that is 0xFF (a zero byte of the
+// complement), and perhaps of bytes above one: the lowest flag always marks
+// a true 0xFF, and a lone flag is exact.
+inline uint64_t byteFFFlags(uint64_t word) {
     const uint64_t inverted = ~word;
-    return ((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0;
+    return (inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull;
 }
+// Whether any of the eight bytes is 0xFF.
+inline bool hasByteFF(uint64_t word) { return byteFFFlags(word) != 0; }
 
 // A symbol beyond the table (a category of 16 after a run of 15) has no code.
 inline uint32_t codeOf(const HuffmanEncodeSpec* table, int symbol) {
@@ -281,16 +285,13 @@ private:
     // ninth. With more, one byte at a time.
     ZEQ_ENTROPY_INLINE void emitWord(uint64_t word) {
         const uint64_t bytes = __builtin_bswap64(word);  // first byte lowest
-        // Bit 7 of each byte that is 0xFF (and perhaps of bytes above one).
-        const uint64_t inverted = ~bytes;
-        const uint64_t ffs = (inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull;
+        const uint64_t ffs = byteFFFlags(bytes);
         if (__builtin_expect(ffs == 0, 1)) {
             std::memcpy(out_, &bytes, 8);
             out_ += 8;
             return;
         }
         if ((ffs & (ffs - 1)) == 0) {
-            // The lowest flag marks a true 0xFF; alone, it is the only one.
             const int through = __builtin_ctzll(ffs);  // the top bit of the 0xFF byte
             const uint64_t kept = (uint64_t{2} << through) - 1;
             const uint64_t moved = (bytes & ~kept) << 8;

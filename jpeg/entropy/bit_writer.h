@@ -215,10 +215,12 @@ public:
     ZEQ_ENTROPY_INLINE void close(int32_t* dstPos, HuffmanEncodeState* state) {
         const int pending = kAccumulatorBits - free_;
         const int bytes = pending >> 3;
-        // (With nothing pending the shift is by 0: no byte is written then.)
+        // Behind the whole bytes come the partial byte, which ends in a zero
+        // bit, and zeros: a 0xFF in the word is one of the whole bytes. (With
+        // nothing pending the shift is by 0 and no byte is written.)
         const uint64_t word = __builtin_bswap64(acc_ << (free_ & (kAccumulatorBits - 1)));
         const uint64_t written = kFirstBytesMasks[size_t(bytes)];
-        if (__builtin_expect(!hasByteFF(word & written), 1)) {
+        if (__builtin_expect(!hasByteFF(word), 1)) {
             uint64_t following;
             std::memcpy(&following, out_, 8);
             const uint64_t merged = following ^ ((following ^ word) & written);
@@ -241,10 +243,10 @@ public:
         const int pending = kAccumulatorBits - free_;
         const int bytes = pending >> 3;
         const int partial = pending & 7;
-        // The whole bytes and the partial one, first byte lowest; the
-        // partial byte is never 0xFF (it ends in a zero bit).
+        // The whole bytes and the partial one, first byte lowest, then
+        // zeros; the partial byte is never 0xFF (it ends in a zero bit).
         const uint64_t word = __builtin_bswap64(acc_ << (free_ & (kAccumulatorBits - 1)));
-        if (__builtin_expect(bytes < 8 && !hasByteFF(word & kFirstBytesMasks[size_t(bytes)]), 1)) {
+        if (__builtin_expect(bytes < 8 && !hasByteFF(word), 1)) {
             storeFirstBytes(out_, word, bytes + 1);
             *dstBitPos = static_cast<int32_t>((out_ - start_ + bytes) * 8 + partial);
             return;

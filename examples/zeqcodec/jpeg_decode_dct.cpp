@@ -214,6 +214,26 @@ int32_t rowsReady(const Layout& layout, int32_t mcuRow) {
     return ready;
 }
 
+// Where the block rows of one MCU row start in the component planes, found
+// once per MCU row rather than through the ring's division for every block.
+class McuRowStarts {
+public:
+    McuRowStarts(const Layout& layout, int32_t mcuRow) {
+        for (size_t c = 0; c < layout.components.size(); ++c) {
+            const Component& k = layout.components[c];
+            firstBlockRow_[c] = mcuRow * k.v;
+            for (int32_t j = 0; j < k.v && j < kMaxV; ++j)
+                start_[c][j] = layout.planes.row(int32_t(c), (firstBlockRow_[c] + j) * k.blockSize);
+        }
+    }
+    uint8_t* blockRow(int32_t c, int32_t by) const { return start_[c][by - firstBlockRow_[c]]; }
+
+private:
+    static constexpr int32_t kMaxV = 2;  // the sampling factors the decoder takes
+    uint8_t* start_[3][kMaxV] = {};
+    int32_t firstBlockRow_[3] = {};
+};
+
 // One scan's entropy-coded data and the reader's position in them.
 struct ScanReader {
     const uint8_t* src = nullptr;
@@ -268,19 +288,28 @@ bool walkScan(const uint8_t* data, size_t size, const JpegParsedScan& scan, cons
         }
         return true;
     }
+    // The blocks of one MCU in coding order, listed once: one flat loop per
+    // MCU.
+    struct McuBlock {
+        int32_t member, component, h, v, dx, dy;
+    };
+    McuBlock order[kMaxBlocksPerMcu];
+    int32_t count = 0;
+    for (size_t m = 0; m < members.size(); ++m) {
+        const int32_t c = members[m].componentIndex;
+        const Component& k = layout.components[size_t(c)];
+        for (int32_t by = 0; by < k.v; ++by)
+            for (int32_t bx = 0; bx < k.h && count < kMaxBlocksPerMcu; ++bx)
+                order[count++] = {int32_t(m), c, k.h, k.v, bx, by};
+    }
     for (int32_t my = 0; my < mcusY; ++my) {
         for (int32_t mx = 0; mx < mcusX; ++mx) {
             if (!restart.beforeMcu(reader)) return fail(error, kMissingRestart);
-            for (size_t m = 0; m < members.size(); ++m) {
-                const int32_t c = members[m].componentIndex;
-                const Component& k = layout.components[size_t(c)];
-                const int32_t bh = lone ? 1 : k.h, bv = lone ? 1 : k.v;
-                for (int32_t by = 0; by < bv; ++by)
-                    for (int32_t bx = 0; bx < bh; ++bx) {
-                        const ZeqStatus s =
-                            block(int32_t(m), c, mx * bh + bx, my * bv + by, reader);
-                        if (s != StatusOk) return fail(error, statusText(s));
-                    }
+            for (int32_t i = 0; i < count; ++i) {
+                const McuBlock& b = order[i];
+                const ZeqStatus s =
+                    block(b.member, b.component, mx * b.h + b.dx, my * b.v + b.dy, reader);
+                if (s != StatusOk) return fail(error, statusText(s));
             }
         }
         mcuRowDone(my);
@@ -342,10 +371,10 @@ bool decodeSinglePass(const uint8_t* data, size_t size, const JpegParsedScan& sc
     if (!tables.build(scan, error)) return false;
     const HuffmanDecodeSpec* const* dc = tables.dcOf;
     const HuffmanDecodeSpec* const* ac = tables.acOf;
-    PlaneSet& planes = layout.planes;
-    const int32_t step = planes.step;
+    const int32_t step = layout.planes.step;
     alignas(16) int16_t block[64];
     int32_t done = 0;
+    McuRowStarts starts(layout, 0);
     return walkScan(
         data, size, scan, layout,
         [&](int32_t m, int32_t c, int32_t bx, int32_t by, ScanReader& r) {
@@ -353,7 +382,7 @@ bool decodeSinglePass(const uint8_t* data, size_t size, const JpegParsedScan& sc
                 r.src, r.size, &r.pos, block, &r.lastDC[m], &r.marker, dc[m], ac[m], r.state.get());
             if (s != StatusOk) return s;
             const Component& k = layout.components[size_t(c)];
-            uint8_t* dst = planes.row(c, by * k.blockSize) + bx * k.blockSize;
+            uint8_t* dst = starts.blockRow(c, by) + bx * k.blockSize;
             return inverseBlock(block, coverageOfCount(r.state.coveredCount()), dst, step, k);
         },
         [&](int32_t mcuRow) {
@@ -361,6 +390,7 @@ bool decodeSinglePass(const uint8_t* data, size_t size, const JpegParsedScan& sc
             if (ready > done) writer.rows(done, ready);
             done = std::max(done, ready);
             progress.rowsDone(done);
+            if (mcuRow + 1 < layout.mcusY) starts = McuRowStarts(layout, mcuRow + 1);
         },
         error);
 }
@@ -459,8 +489,7 @@ bool decodeSinglePassTwoThreads(const uint8_t* data, size_t size, const JpegPars
             &workerError);
         slots.finish(ok);
     });
-    PlaneSet& planes = layout.planes;
-    const int32_t step = planes.step;
+    const int32_t step = layout.planes.step;
     int32_t done = 0;
     bool ok = true;
     for (int32_t my = 0; my < layout.mcusY && ok; ++my) {
@@ -468,6 +497,7 @@ bool decodeSinglePassTwoThreads(const uint8_t* data, size_t size, const JpegPars
             ok = false;
             break;
         }
+        const McuRowStarts starts(layout, my);
         for (size_t c = 0; c < layout.components.size(); ++c) {
             const Component& k = layout.components[c];
             const int32_t bs = k.blockSize;
@@ -476,7 +506,7 @@ bool decodeSinglePassTwoThreads(const uint8_t* data, size_t size, const JpegPars
             for (int32_t by = my * k.v; by < (my + 1) * k.v; ++by)
                 for (int32_t bx = 0; bx < blocksWide; ++bx) {
                     const size_t i = slots.index(layout, my, int32_t(c), bx, by);
-                    uint8_t* dst = planes.row(int32_t(c), by * bs) + bx * bs;
+                    uint8_t* dst = starts.blockRow(int32_t(c), by) + bx * bs;
                     inverseBlock(slots.block(i), coverageOfCount(slots.covered(i)), dst, step, k);
                 }
         }
@@ -593,17 +623,17 @@ bool decodeComponentScans(const uint8_t* data, size_t size,
 }
 
 void reconstructStored(Layout& layout, OutputWriter& writer, Progress& progress) {
-    PlaneSet& planes = layout.planes;
-    const int32_t step = planes.step;
+    const int32_t step = layout.planes.step;
     int32_t done = 0;
     for (int32_t my = 0; my < layout.mcusY; ++my) {
+        const McuRowStarts starts(layout, my);
         for (size_t c = 0; c < layout.components.size(); ++c) {
             const Component& k = layout.components[c];
             const int32_t bs = k.blockSize;
             for (int32_t by = my * k.v; by < (my + 1) * k.v; ++by)
                 for (int32_t bx = 0; bx < k.blocksWide; ++bx) {
                     int16_t* b = k.coefficients.get() + (size_t(by) * k.blocksWide + bx) * 64;
-                    uint8_t* dst = planes.row(int32_t(c), by * bs) + bx * bs;
+                    uint8_t* dst = starts.blockRow(int32_t(c), by) + bx * bs;
                     inverseBlock(b, bs == 8 ? coverageOfBlock(b) : Coverage::Full, dst, step, k);
                 }
         }

@@ -73,11 +73,10 @@ public:
     void rows(int32_t begin, int32_t end);
 
 private:
-    static constexpr int32_t kChunkRows = 16;
     const PlaneSet& planes_;
     ColourSpace space_;
     zeq::container::Image& image_;
-    std::vector<uint8_t> upsampled_;  // kChunkRows rows per up-sampled plane
+    std::vector<uint8_t> upsampled_;  // one row per up-sampled plane
 };
 
 // Sizes the output image (kept when it already has this size, so a caller

@@ -62,67 +62,54 @@ OutputWriter::OutputWriter(const PlaneSet& planes, ColourSpace space, Image& ima
     size_t upsampledPlanes = 0;
     for (int32_t c = 0; c < planes.count; ++c)
         if (planes.upH[c] > 1 || planes.upV[c] > 1) ++upsampledPlanes;
-    upsampled_.resize(upsampledPlanes * kChunkRows * size_t(planes.step));
+    upsampled_.resize(upsampledPlanes * size_t(planes.step));
 }
 
 void OutputWriter::rows(int32_t begin, int32_t end) {
     const int32_t width = image_.width;
     const int32_t step = planes_.step;
     const size_t outStep = size_t(width) * size_t(image_.channels);
-    for (int32_t y = begin; y < end;) {
-        int32_t n = std::min(kChunkRows, end - y);
-        for (int32_t c = 0; c < planes_.count; ++c)  // no chunk wraps round a ring
-            if (planes_.ring[c] && planes_.upH[c] == 1 && planes_.upV[c] == 1)
-                n = std::min(n, planes_.ring[c] - y % planes_.ring[c]);
+    // Row by row: a row's up-sampled chroma is converted while it is still
+    // in the first-level cache.
+    uint8_t* const scratch = upsampled_.data();
+    for (int32_t y = begin; y < end; ++y) {
         const uint8_t* src[3] = {};
-        uint8_t* scratch = upsampled_.data();
+        uint8_t* upsampled = scratch;
         for (int32_t c = 0; c < planes_.count; ++c) {
             if (planes_.upH[c] == 1 && planes_.upV[c] == 1) {
                 src[c] = planes_.row(c, y);
                 continue;
             }
-            const int32_t w = planes_.width[c], lastRow = planes_.height[c] - 1;
-            for (int32_t i = 0; i < n; ++i) {
-                const int32_t row = y + i;
-                uint8_t* dst = scratch + size_t(i) * step;
-                if (planes_.upV[c] == 1) {
-                    zeqiSampleUpRowH2V1_Triangle_JPEG_8u_C1(planes_.row(c, row), w, dst);
-                } else {
-                    const int32_t nearRow = row >> 1;
-                    const int32_t farRow =
-                        (row & 1) ? std::min(nearRow + 1, lastRow) : std::max(nearRow - 1, 0);
-                    zeqiSampleUpRowH2V2_Triangle_JPEG_8u_C1(planes_.row(c, nearRow),
-                                                            planes_.row(c, farRow), w, dst);
-                }
+            const int32_t w = planes_.width[c];
+            if (planes_.upV[c] == 1) {
+                zeqiSampleUpRowH2V1_Triangle_JPEG_8u_C1(planes_.row(c, y), w, upsampled);
+            } else {
+                const int32_t nearRow = y >> 1, lastRow = planes_.height[c] - 1;
+                const int32_t farRow =
+                    (y & 1) ? std::min(nearRow + 1, lastRow) : std::max(nearRow - 1, 0);
+                zeqiSampleUpRowH2V2_Triangle_JPEG_8u_C1(planes_.row(c, nearRow),
+                                                        planes_.row(c, farRow), w, upsampled);
             }
-            src[c] = scratch;
-            scratch += size_t(kChunkRows) * step;
+            src[c] = upsampled;
+            upsampled += step;
         }
         uint8_t* out = image_.pixels.data() + size_t(y) * outStep;
         if (space_ == ColourSpace::Grey) {
-            for (int32_t i = 0; i < n; ++i)
-                std::memcpy(out + size_t(i) * outStep, src[0] + size_t(i) * step, size_t(width));
+            std::memcpy(out, src[0], size_t(width));
         } else if (space_ == ColourSpace::YCbCr) {
-            for (int32_t i = 0; i < n; ++i)
-                forEachSerialPiece(width, [&](int32_t x, int32_t pieceWidth) {
-                    const size_t at = size_t(i) * step + size_t(x);
-                    const uint8_t* const piece[3] = {src[0] + at, src[1] + at, src[2] + at};
-                    return zeqiYCbCrToRGB_JPEG_8u_P3C3R(
-                               piece, step, out + size_t(i) * outStep + 3 * x, int32_t(outStep),
-                               ZeqiSize{pieceWidth, 1}) == StatusOk;
-                });
+            forEachSerialPiece(width, [&](int32_t x, int32_t pieceWidth) {
+                const uint8_t* const piece[3] = {src[0] + x, src[1] + x, src[2] + x};
+                return zeqiYCbCrToRGB_JPEG_8u_P3C3R(piece, step, out + 3 * size_t(x),
+                                                    int32_t(outStep),
+                                                    ZeqiSize{pieceWidth, 1}) == StatusOk;
+            });
         } else {
-            for (int32_t i = 0; i < n; ++i) {
-                uint8_t* o = out + size_t(i) * outStep;
-                const size_t at = size_t(i) * step;
-                for (int32_t x = 0; x < width; ++x) {
-                    o[3 * x] = src[0][at + x];
-                    o[3 * x + 1] = src[1][at + x];
-                    o[3 * x + 2] = src[2][at + x];
-                }
+            for (int32_t x = 0; x < width; ++x) {
+                out[3 * x] = src[0][x];
+                out[3 * x + 1] = src[1][x];
+                out[3 * x + 2] = src[2][x];
             }
         }
-        y += n;
     }
 }
 

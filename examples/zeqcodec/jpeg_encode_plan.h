@@ -31,7 +31,7 @@ public:
     ~ByteBuffer() { std::free(data_); }
 
     // Makes room for at least `extra` more bytes behind size().
-    bool reserve(size_t extra);
+    bool reserve(size_t extra) { return capacity_ - size_ >= extra || growToFit(extra); }
     uint8_t* end() { return data_ + size_; }
     size_t room() const { return capacity_ - size_; }
     void grow(size_t written) { size_ += written; }
@@ -40,6 +40,7 @@ public:
     size_t size() const { return size_; }
 
 private:
+    bool growToFit(size_t extra);
     uint8_t* data_ = nullptr;
     size_t size_ = 0, capacity_ = 0;
 };
@@ -111,6 +112,7 @@ public:
     bool mcu(int32_t mx, int16_t* blocks, std::string* error) const;
 
 private:
+    void locateBlocks();
     const Plan& plan_;
     int32_t row_ = -1;
     int32_t paddedWidth_;
@@ -118,6 +120,15 @@ private:
     std::vector<uint8_t> sampled_[2];  // chroma at its own resolution
     const uint8_t* plane_[3] = {};
     int32_t step_[3] = {};
+    // The blocks of one MCU in coding order: where the first MCU's block
+    // starts and how far the next MCU's lies (one flat loop per MCU).
+    struct BlockSource {
+        const uint8_t* first;
+        int32_t step;
+        int32_t mcuStride;
+        const uint16_t* table;
+    };
+    BlockSource blocks_[6] = {};
 };
 
 bool failStatus(const char* what, ZeqStatus status, std::string* error);

@@ -75,16 +75,30 @@ public:
         EncodeState state;
         if (!state.state) return failPart(part, "out of memory for the coder state");
         int16_t lastDC[3] = {0, 0, 0};
+        // Each block's tables (built by now, optimal ones included).
+        const HuffmanEncodeSpec* dcOf[6] = {};
+        const HuffmanEncodeSpec* acOf[6] = {};
+        for (int32_t b = 0; b < plan_.blocksPerMcu; ++b) {
+            const int32_t t = plan_.components[size_t(component_[b])].table;
+            dcOf[b] = tables_.dc[t].get();
+            acOf[b] = tables_.ac[t].get();
+        }
         alignas(16) int16_t local[6 * 64];
         std::unique_ptr<StripQuantizer> quantizer;
         if (!store) quantizer.reset(new StripQuantizer(plan_));
         const size_t mcuBytes = size_t(plan_.blocksPerMcu) * MaxBlockBytes + 8;
+        // MCU column and row, and MCUs since the last restart, counted
+        // rather than divided out of i for every MCU.
+        const size_t mcusWide = size_t(plan_.mcusWide);
+        size_t mx = part.begin % mcusWide;
+        int32_t my = int32_t(part.begin / mcusWide);
+        size_t sinceRestart = interval_ ? part.begin % interval_ : 1;
         for (size_t i = part.begin; i < part.end; ++i) {
             if (!part.bytes.reserve(mcuBytes)) return failPart(part, "out of memory");
             int32_t pos = 0;
             uint8_t* dst = part.bytes.end();
             const int32_t len = int32_t(std::min<size_t>(part.bytes.room(), INT32_MAX));
-            if (interval_ && i > 0 && i % interval_ == 0) {
+            if (sinceRestart == 0 && i > 0) {
                 if (i != part.begin) {
                     const ZeqStatus s = zeqiEncodeHuffman8x8_JPEG_16s1u_C1(
                         nullptr, dst, len, &pos, nullptr, nullptr, nullptr, state.state, 1);
@@ -94,30 +108,32 @@ public:
                 dst[pos++] = uint8_t(zeq::container::MarkerRST0 + ((i / interval_ - 1) & 7));
                 lastDC[0] = lastDC[1] = lastDC[2] = 0;
             }
-            const int32_t my = int32_t(i / size_t(plan_.mcusWide));
             // Without a store there is no array to index: the MCU is made in `local`.
             const int16_t* blocks = local;
             if (store) {
                 blocks = store + 64 * i * size_t(plan_.blocksPerMcu);
             } else {
                 if ((quantizer->current() != my && !quantizer->strip(my, &part.error)) ||
-                    !quantizer->mcu(int32_t(i % size_t(plan_.mcusWide)), local, &part.error)) {
+                    !quantizer->mcu(int32_t(mx), local, &part.error)) {
                     part.ok = false;
                     return;
                 }
             }
             for (int32_t b = 0; b < plan_.blocksPerMcu; ++b) {
-                const int32_t c = component_[b];
-                const int32_t t = plan_.components[size_t(c)].table;
                 const ZeqStatus s = zeqiEncodeHuffman8x8_JPEG_16s1u_C1(
-                    blocks + 64 * b, dst, len, &pos, &lastDC[c], tables_.dc[t].get(),
-                    tables_.ac[t].get(), state.state, 0);
+                    blocks + 64 * b, dst, len, &pos, &lastDC[component_[b]], dcOf[b], acOf[b],
+                    state.state, 0);
                 if (s != StatusOk) return failStatusPart(part, "block coding", s);
             }
             part.bytes.grow(size_t(pos));
-            if (part.begin == 0 && (i + 1) % size_t(plan_.mcusWide) == 0 && i + 1 < part.end)
-                reportProgress(plan_, store ? plan_.mcuCount() + i + 1 : 2 * (i + 1),
-                               2 * plan_.mcuCount());
+            if (interval_ && ++sinceRestart == interval_) sinceRestart = 0;
+            if (++mx == mcusWide) {
+                mx = 0;
+                ++my;
+                if (part.begin == 0 && i + 1 < part.end)
+                    reportProgress(plan_, store ? plan_.mcuCount() + i + 1 : 2 * (i + 1),
+                                   2 * plan_.mcuCount());
+            }
         }
         if (!part.bytes.reserve(4)) return failPart(part, "out of memory");
         int32_t pos = 0;

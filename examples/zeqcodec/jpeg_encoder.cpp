@@ -34,8 +34,7 @@ bool failStatus(const char* what, ZeqStatus status, std::string* error) {
     return fail(error, std::string(what) + " failed with status " + std::to_string(status));
 }
 
-bool ByteBuffer::reserve(size_t extra) {
-    if (capacity_ - size_ >= extra) return true;
+bool ByteBuffer::growToFit(size_t extra) {
     size_t capacity = std::max<size_t>(capacity_ * 2, 1 << 16);
     while (capacity - size_ < extra) capacity *= 2;
     void* grown = std::realloc(data_, capacity);
@@ -188,6 +187,7 @@ bool StripQuantizer::strip(int32_t my, std::string* error) {
         if (y0 + plan_.mcuHeight <= img.height && width == paddedWidth_) {
             plane_[0] = img.pixels.data() + size_t(y0) * size_t(width);
             step_[0] = width;
+            locateBlocks();
             return true;
         }
         for (int32_t r = 0; r < plan_.mcuHeight; ++r) {
@@ -199,6 +199,7 @@ bool StripQuantizer::strip(int32_t my, std::string* error) {
         }
         plane_[0] = full_[0].data();
         step_[0] = paddedWidth_;
+        locateBlocks();
         return true;
     }
     // Rows are converted in pieces the library keeps on this thread: threads
@@ -231,7 +232,10 @@ bool StripQuantizer::strip(int32_t my, std::string* error) {
         step_[c] = paddedWidth_;
     }
     const ComponentPlan& luma = plan_.components[0];
-    if (luma.h == 1 && luma.v == 1) return true;
+    if (luma.h == 1 && luma.v == 1) {
+        locateBlocks();
+        return true;
+    }
     const int32_t half = paddedWidth_ / 2;
     for (int c = 1; c < 3; ++c) {
         const uint8_t* src = full_[c].data();
@@ -248,22 +252,27 @@ bool StripQuantizer::strip(int32_t my, std::string* error) {
         plane_[c] = dst;
         step_[c] = half;
     }
+    locateBlocks();
     return true;
 }
 
-bool StripQuantizer::mcu(int32_t mx, int16_t* blocks, std::string* error) const {
+void StripQuantizer::locateBlocks() {
+    int32_t b = 0;
     for (size_t c = 0; c < plan_.components.size(); ++c) {
         const ComponentPlan& p = plan_.components[c];
-        const uint16_t* table = plan_.forward[p.table];
         for (int32_t by = 0; by < p.v; ++by)
-            for (int32_t bx = 0; bx < p.h; ++bx) {
-                const uint8_t* src =
-                    plane_[c] + size_t(by * 8) * size_t(step_[c]) + size_t((mx * p.h + bx) * 8);
-                const ZeqStatus s =
-                    zeqiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(src, step_[c], blocks, table);
-                if (s != StatusOk) return failStatus("forward DCT", s, error);
-                blocks += 64;
-            }
+            for (int32_t bx = 0; bx < p.h; ++bx)
+                blocks_[b++] = {plane_[c] + size_t(by * 8) * size_t(step_[c]) + size_t(bx * 8),
+                                step_[c], p.h * 8, plan_.forward[p.table]};
+    }
+}
+
+bool StripQuantizer::mcu(int32_t mx, int16_t* blocks, std::string* error) const {
+    for (int32_t b = 0; b < plan_.blocksPerMcu; ++b) {
+        const BlockSource& s = blocks_[b];
+        const ZeqStatus status = zeqiDCTQuantFwd8x8LS_JPEG_8u16s_C1R(
+            s.first + size_t(mx) * size_t(s.mcuStride), s.step, blocks + 64 * b, s.table);
+        if (status != StatusOk) return failStatus("forward DCT", status, error);
     }
     return true;
 }

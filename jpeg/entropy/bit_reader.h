@@ -74,12 +74,14 @@ inline int longCodeLengthScalar(const HuffmanDecodeSpec* table, uint32_t window)
         ++length;
     return length;
 }
-// The same with the eight lengths 9..16 compared at once: lane i holds the
-// top 9 + i bits of the window (the top 16 bits times 2^(9+i), high half;
-// lane 7 the 16 bits themselves). The table's lengths 9..16 are read once
-// into LongCodeLimits where a loop decodes many codes with one table.
+// The same with the eight lengths 9..16 compared at once, on the top 16
+// bits of the window: the top L bits are above maxCode[L] exactly when the
+// 16 bits are above maxCode[L] shifted up to them with ones below (a
+// maxCode beyond any L-bit code, read unsigned, leaves nothing above it).
+// The table's lengths 9..16 are read once into LongCodeLimits where a loop
+// decodes many codes with one table.
 struct LongCodeLimits {
-    __m128i biasedLast;  // maxCode of lengths 9..16, biased for a signed compare
+    __m128i biasedLast;  // left-aligned maxCode of lengths 9..16, biased for a signed compare
     __m128i none;        // lanes whose length has no codes (maxCode -1)
     ZEQ_ENTROPY_INLINE explicit LongCodeLimits(const HuffmanDecodeSpec* table) {
         __m128i last;
@@ -87,20 +89,23 @@ struct LongCodeLimits {
                     reinterpret_cast<const uint8_t*>(table) + offsetof(HuffmanDecodeSpec, maxCode) +
                         (kFastLookupBits + 1) * sizeof(int16_t),
                     sizeof(last));
+        const __m128i bias = _mm_set1_epi16(static_cast<int16_t>(0x8000));
+        const __m128i up =
+            _mm_setr_epi16(1 << 7, 1 << 6, 1 << 5, 1 << 4, 1 << 3, 1 << 2, 1 << 1, 1);
+        const __m128i below = _mm_setr_epi16(127, 63, 31, 15, 7, 3, 1, 0);
+        const __m128i longest = _mm_setr_epi16(511, 1023, 2047, 4095, 8191, 16383, 32767, -1);
+        const __m128i beyond =
+            _mm_cmpgt_epi16(_mm_xor_si128(last, bias), _mm_xor_si128(longest, bias));
+        const __m128i aligned =
+            _mm_or_si128(_mm_or_si128(_mm_mullo_epi16(last, up), below), beyond);
         none = _mm_cmpeq_epi16(last, _mm_set1_epi16(-1));
-        biasedLast = _mm_xor_si128(last, _mm_set1_epi16(static_cast<int16_t>(0x8000)));
+        biasedLast = _mm_xor_si128(aligned, bias);
     }
 };
 ZEQ_ENTROPY_INLINE int longCodeLength(const LongCodeLimits& limits, uint32_t window) {
     constexpr int kFirst = kFastLookupBits + 1;
-    const __m128i top16 = _mm_set1_epi16(static_cast<int16_t>(window >> 1));
-    const __m128i scale = _mm_setr_epi16(1 << 9, 1 << 10, 1 << 11, 1 << 12, 1 << 13, 1 << 14,
-                                         static_cast<int16_t>(1 << 15), 0);
-    const __m128i keep = _mm_setr_epi16(0, 0, 0, 0, 0, 0, 0, -1);
-    const __m128i codes = _mm_or_si128(_mm_mulhi_epu16(top16, scale), _mm_and_si128(top16, keep));
-    const __m128i bias = _mm_set1_epi16(static_cast<int16_t>(0x8000));
-    const __m128i longer =
-        _mm_or_si128(limits.none, _mm_cmpgt_epi16(_mm_xor_si128(codes, bias), limits.biasedLast));
+    const __m128i top16 = _mm_set1_epi16(static_cast<int16_t>((window >> 1) ^ 0x8000));
+    const __m128i longer = _mm_or_si128(limits.none, _mm_cmpgt_epi16(top16, limits.biasedLast));
     const uint32_t fits = ~static_cast<uint32_t>(_mm_movemask_epi8(longer)) & 0xFFFF;
     return fits != 0 ? kFirst + (__builtin_ctz(fits) >> 1) : kMaxCodeLength + 1;
 }

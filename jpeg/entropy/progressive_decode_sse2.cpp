@@ -79,63 +79,87 @@ ZEQ_ENTROPY_INLINE ZeqStatus decodeACFirstFast(Reader& in, ReaderBits& b, int16_
     return StatusOk;
 }
 
-// A correction bit for each coefficient the mask marks, in zigzag order.
-ZEQ_ENTROPY_INLINE ZeqStatus correctMarked(Reader& in, ReaderBits& b, int16_t* dst, uint64_t marked,
-                                           int32_t p1) {
-    while (marked != 0) {
+// One bit where the contract's ensure(1) comes before it: that fills only
+// when the contract's count is used up, so while it lasts the bit is taken
+// with no fill test.
+ZEQ_ENTROPY_INLINE ZeqStatus nextBit(Reader& in, ReaderBits& b, uint32_t* bit) {
+    if (__builtin_expect(b.avail == b.ahead, 0))
         if (ZeqStatus status = ensureBits(in, b, 1)) return status;
-        const int k = __builtin_ctzll(marked);
-        marked &= marked - 1;
-        int16_t* coefficient = &dst[NaturalOfZigzag[size_t(k)]];
-        const int32_t c = *coefficient;
-        if (Reader::take(b, 1) != 0 && (c & p1) == 0)
-            *coefficient = static_cast<int16_t>(c + (c >= 0 ? p1 : -p1));
-    }
+    --b.avail;
+    *bit = static_cast<uint32_t>(b.window >> b.avail) & 1;
     return StatusOk;
 }
 
-// Bits k..se, none when k is past se.
-ZEQ_ENTROPY_INLINE uint64_t bandFrom(int k, int se) { return k <= se ? bandMask(k, se) : 0; }
+// A correction bit for the coefficient at zigzag index k: a 1 adds p1 to
+// its magnitude unless bit al is set already (no branch on the bit, which
+// is noise).
+ZEQ_ENTROPY_INLINE ZeqStatus correctAt(Reader& in, ReaderBits& b, int16_t* dst, int k, int32_t p1) {
+    uint32_t bit;
+    if (ZeqStatus status = nextBit(in, b, &bit)) return status;
+    int16_t* coefficient = &dst[NaturalOfZigzag[size_t(k)]];
+    const int32_t c = *coefficient;
+    const int32_t sign = c >> 31;
+    const int32_t clear = ((c & p1) - 1) >> 31;  // all ones when bit al is 0
+    const int32_t apply = -static_cast<int32_t>(bit) & clear;
+    *coefficient = static_cast<int16_t>(c + (((p1 ^ sign) - sign) & apply));
+    return StatusOk;
+}
+
+// A correction bit for each coefficient the mask marks, in zigzag order.
+ZEQ_ENTROPY_INLINE ZeqStatus correctMarked(Reader& in, ReaderBits& b, int16_t* dst, uint64_t marked,
+                                           int32_t p1) {
+    for (; marked != 0; marked &= marked - 1)
+        if (ZeqStatus status = correctAt(in, b, dst, __builtin_ctzll(marked), p1)) return status;
+    return StatusOk;
+}
 
 // The non-zero coefficients keep their places while the band is decoded:
 // a new one lands on the zero where its run ends, behind the walk, and a
-// correction never makes a coefficient zero.
+// correction never makes a coefficient zero. A run of r zeros from k ends on
+// the zero at k + r plus the non-zero coefficients passed on the way, so the
+// walk steps over the non-zero coefficients only, correcting each it passes,
+// and never counts zeros.
 ZEQ_ENTROPY_INLINE ZeqStatus decodeACRefineFast(Reader& in, ReaderBits& b, int16_t* dst, int ss,
                                                 int se, int al, const HuffmanDecodeSpec* ac,
                                                 int32_t* eobRun) {
     const int32_t p1 = int32_t{1} << al;
-    const uint64_t nonZero = zigzagNonZeroMask(dst) & bandMask(ss, se);
-    int k = ss;
+    // The non-zero coefficients of the band not yet passed.
+    uint64_t ahead = zigzagNonZeroMask(dst) & bandMask(ss, se);
     if (*eobRun <= 0) {
-        for (; k <= se; ++k) {
+        for (int k = ss; k <= se; ++k) {
             int symbol;
             bool sure;
             if (ZeqStatus status = nextSymbol(in, b, ac, &symbol, &sure)) return status;
-            int r = (symbol >> 4) & 15;
+            const int r = (symbol >> 4) & 15;
             int32_t newValue = 0;
             if ((symbol & kCategoryMask) != 0) {
-                if (ZeqStatus status = ensureBits(in, b, 1)) return status;
-                newValue = Reader::take(b, 1) != 0 ? p1 : -p1;
+                uint32_t bit;
+                if (ZeqStatus status = nextBit(in, b, &bit)) return status;
+                newValue = bit != 0 ? p1 : -p1;
             } else if (r != kZeroRunCode) {
                 int32_t blocks;
                 if (ZeqStatus status = eobRunOf(in, b, r, &blocks)) return status;
                 *eobRun = blocks;
                 break;
             }
-            // The walk stops on the zero that takes the run past its end.
-            uint64_t zeros = ~nonZero & bandMask(k, se);
-            for (; r > 0 && zeros != 0; --r) zeros &= zeros - 1;
-            const int stop = zeros != 0 ? __builtin_ctzll(zeros) : se + 1;
-            const uint64_t passed = nonZero & bandMask(k, se) & ~bandFrom(stop, se);
-            if (ZeqStatus status = correctMarked(in, b, dst, passed, p1)) return status;
-            k = stop;
+            // The walk stops on the zero that takes the run past its end, or
+            // just past the band (where a new value still lands, as in the
+            // scalar walk).
+            int stop = k + r;
+            while (ahead != 0) {
+                const int at = __builtin_ctzll(ahead);
+                if (at > stop) break;
+                if (ZeqStatus status = correctAt(in, b, dst, at, p1)) return status;
+                ahead &= ahead - 1;
+                ++stop;
+            }
+            k = stop > se ? se + 1 : stop;
             if (newValue != 0)
                 dst[kNaturalOfZigzagWithTail[size_t(k)]] = static_cast<int16_t>(newValue);
         }
     }
     if (*eobRun > 0) {
-        if (ZeqStatus status = correctMarked(in, b, dst, nonZero & bandFrom(k, se), p1))
-            return status;
+        if (ZeqStatus status = correctMarked(in, b, dst, ahead, p1)) return status;
         --*eobRun;
     }
     return StatusOk;

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 
 #include "core/sse2.h"
@@ -141,21 +142,32 @@ void triangleUpH2V2Sse2(const uint8_t* near, const uint8_t* far, uint8_t* d, int
     int32_t x = 0;
     const int32_t lastSource = dstWidth % 2 ? (dstWidth - 1) / 2 : dstWidth / 2;
     if (dstWidth >= 32) {
+        // Steps t = 0, 1, ... while 16 t + 16 <= dstWidth and the next eight
+        // sums (sources 8 t + 8 .. 8 t + 15) are still read by the formulas;
+        // the pointers advance instead of an index.
+        const int32_t steps = std::min((dstWidth - 16) / 16, (lastSource - 15) / 8) + 1;
         const V128 seven = splat16(7), eight = splat16(8);
         V128 previous = _mm_insert_epi16(zero(), 3 * near[-1] + far[-1], 7);
         V128 current = column8(near, far);
-        for (; x + 16 <= dstWidth && x / 2 + 15 <= lastSource; x += 16) {
-            const V128 next = column8(near + x / 2 + 8, far + x / 2 + 8);
+        const uint8_t* n = near + 8;
+        const uint8_t* f = far + 8;
+        uint8_t* out = d;
+        for (int32_t t = 0; t < steps; ++t) {
+            const V128 next = column8(n, f);
             const V128 left =
                 _mm_or_si128(_mm_slli_si128(current, 2), _mm_srli_si128(previous, 14));
             const V128 right = _mm_or_si128(_mm_srli_si128(current, 2), _mm_slli_si128(next, 14));
             const V128 c3 = times3(current);
             const V128 even = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(c3, eight), left), 4);
             const V128 odd = _mm_srli_epi16(_mm_add_epi16(_mm_add_epi16(c3, seven), right), 4);
-            storeu(d + x, _mm_or_si128(even, _mm_slli_epi16(odd, 8)));
+            storeu(out, _mm_or_si128(even, _mm_slli_epi16(odd, 8)));
             previous = current;
             current = next;
+            n += 8;
+            f += 8;
+            out += 16;
         }
+        x = 16 * steps;
     }
     for (; x + 16 <= dstWidth; x += 16) triangleH2V2Step<8>(near + x / 2, far + x / 2, d + x);
     if (x + 8 <= dstWidth) {

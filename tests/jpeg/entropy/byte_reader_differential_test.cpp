@@ -455,4 +455,30 @@ TEST(ByteReaderKernels, VectorCodeLengthSearchMatchesScalar) {
     }
 }
 
+// The same on records whose maxCode entries for 9..16 bits are anything a
+// damaged record may hold: -1, values past every code of their length,
+// lengths that fall back below shorter ones.
+TEST(ByteReaderKernels, VectorCodeLengthSearchMatchesScalarOnAnyLimits) {
+    std::mt19937& rng = seededRng(4417);
+    const int records = scaledCount(24);
+    for (int r = 0; r < records; ++r) {
+        DecodeSpecBuffer spec = decodeSpec(annexKAcLuminance());
+        for (int length = 9; length <= 16; ++length) {
+            const int kind = uniform<int>(rng, 0, 3);
+            const int32_t last = kind == 0   ? -1
+                                 : kind == 1 ? uniform<int32_t>(rng, 0, (1 << length) - 1)
+                                 : kind == 2 ? uniform<int32_t>(rng, 1 << length, 0xFFFE)
+                                             : uniform<int32_t>(rng, 0, 0xFFFE);
+            const int16_t field = static_cast<int16_t>(static_cast<uint16_t>(last));
+            std::memcpy(
+                spec.bytes.data() + offsetof(HuffmanDecodeSpec, maxCode) + length * sizeof(int16_t),
+                &field, sizeof(field));
+        }
+        for (uint32_t window = 0; window < (1u << 17); ++window)
+            ASSERT_EQ(zeq::longCodeLength(spec.get(), window),
+                      zeq::longCodeLengthScalar(spec.get(), window))
+                << "record " << r << " window " << window;
+    }
+}
+
 }  // namespace

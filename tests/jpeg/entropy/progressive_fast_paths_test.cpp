@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "jpeg/entropy/progressive_decode.h"
@@ -392,6 +393,51 @@ TEST(ProgressiveFastPaths, DecodersHandBackRecordsAsTheScalarWalkDoes) {
         ASSERT_EQ(fastMarker, scalarMarker) << n;
         ASSERT_EQ(fastState.bytes, scalarState.bytes) << n;
         ASSERT_EQ(fastBlock, scalarBlock) << n;
+    }
+}
+
+// Refinement walks with hand-made streams (every symbol s is the 8-bit code
+// s in this table): the coefficients passed on the way take their correction
+// bits in zigzag order, and a run longer than the zeros left in the band
+// still stores its new value at the zigzag index just past the band.
+TEST(ProgressiveFastPaths, RefinementRunsCorrectWhatTheyPassAndMayEndPastTheBand) {
+    struct Case {
+        const char* name;
+        Bytes stream;
+        std::vector<std::pair<int, int16_t>> before, after;  // zigzag index, value
+    };
+    const Case cases[] = {
+        // r = 2, s = 1, sign 0 (-1); zigzag 2 and 4 pass with correction
+        // bits 1 and 1; the third zero is zigzag 5.
+        {"corrections on the way", {0x21, 0x7F}, {{2, 2}, {4, -2}}, {{2, 3}, {4, -3}, {5, -1}}},
+        // r = 15, s = 1, sign 1 (+1): only five zeros in the band 1..5.
+        {"run past the band", {0xF1, 0x80}, {}, {{6, 1}}},
+    };
+    const DecodeSpecBuffer table = decodeSpec(everySymbolTable());
+    for (const Case& c : cases) {
+        Block scalarBlock{}, expected{};
+        for (const auto& [k, v] : c.before) scalarBlock[zeq::NaturalOfZigzag[size_t(k)]] = v;
+        for (const auto& [k, v] : c.after) expected[zeq::NaturalOfZigzag[size_t(k)]] = v;
+        Block fastBlock = scalarBlock;
+        Bytes stream = c.stream;
+        stream.resize(stream.size() + 8, 0x00);
+        const int32_t len = int32_t(c.stream.size());
+        DecodeStateBuffer scalarState = freshDecodeState(), fastState = freshDecodeState();
+        int32_t scalarPos = 0, fastPos = 0, scalarMarker = 0, fastMarker = 0;
+        ASSERT_EQ(zeq::decodeBandWithStateScalar(stream.data(), len, &scalarPos, scalarBlock.data(),
+                                                 &scalarMarker, 1, 5, 0, table.get(),
+                                                 scalarState.get(), true),
+                  StatusOk)
+            << c.name;
+        ASSERT_EQ(zeqiDecodeHuffman8x8_ACRefine_JPEG_1u16s_C1(stream.data(), len, &fastPos,
+                                                              fastBlock.data(), &fastMarker, 1, 5,
+                                                              0, table.get(), fastState.get()),
+                  StatusOk)
+            << c.name;
+        EXPECT_EQ(scalarBlock, expected) << c.name;
+        EXPECT_EQ(fastBlock, expected) << c.name;
+        EXPECT_EQ(fastPos, scalarPos) << c.name;
+        EXPECT_EQ(fastState.bytes, scalarState.bytes) << c.name;
     }
 }
 

@@ -401,7 +401,7 @@ double nonZeroPerBlock(const std::vector<int16_t>& blocks) {
 }
 
 void BM_HuffmanEncodeIdealLoop(benchmark::State& state) {
-    Coder coder(state.range(0) == 75 ? kQuality75 : kQuality95);
+    Coder coder(state.range(0) == 75 ? kQuality75 : kQuality95, false);
     // The loop must give the stream of the exported coder (before its padding).
     const int32_t whole = encodeIdealLoop(coder, coder.scratch.data());
     if (whole > coder.coded || whole < coder.coded - 2 ||

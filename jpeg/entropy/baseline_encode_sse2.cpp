@@ -77,7 +77,7 @@ ZeqStatus encodeBlockNearEnd(const int16_t* src, uint8_t* dst, int32_t dstLen, i
 ZeqStatus encodeBlockDirect(const int16_t* src, uint8_t* dst, int32_t* dstBitPos, int16_t* lastDC,
                             const HuffmanEncodeSpec* dc, const HuffmanEncodeSpec* ac) {
     DirectBitWriter out(dst, *dstBitPos);
-    const ZeqStatus status = walkStreamBlock(src, lastDC, dc, ac, out);
+    const ZeqStatus status = walkStreamBlock<DCRoom::Sure>(src, lastDC, dc, ac, out);
     out.close(dstBitPos);
     return status;
 }

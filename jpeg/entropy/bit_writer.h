@@ -21,6 +21,7 @@
 #ifndef ZEQ_JPEG_ENTROPY_BIT_WRITER_H
 #define ZEQ_JPEG_ENTROPY_BIT_WRITER_H
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -64,11 +65,15 @@ inline void storeFirstBytes(uint8_t* p, uint64_t word, int m) {
     std::memcpy(at4 + end4, &last4, 4);
 }
 
-// Whether any of the eight bytes is 0xFF (a zero byte of the complement).
-inline bool hasByteFF(uint64_t word) {
+// Bit 7 of each of the eight bytes that is 0xFF (a zero byte of the
+// complement), and perhaps of bytes above one: the lowest flag always marks
+// a true 0xFF, and a lone flag is exact.
+inline uint64_t byteFFFlags(uint64_t word) {
     const uint64_t inverted = ~word;
-    return ((inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull) != 0;
+    return (inverted - 0x0101010101010101ull) & ~inverted & 0x8080808080808080ull;
 }
+// Whether any of the eight bytes is 0xFF.
+inline bool hasByteFF(uint64_t word) { return byteFFFlags(word) != 0; }
 
 // A symbol beyond the table (a category of 16 after a run of 15) has no code.
 inline uint32_t codeOf(const HuffmanEncodeSpec* table, int symbol) {
@@ -128,6 +133,33 @@ private:
 
 enum class MissingCode { Fails, Skipped };
 
+// Entry m: the first m bytes of a word in memory order (the low m bytes).
+inline constexpr std::array<uint64_t, 9> kFirstBytesMasks = [] {
+    std::array<uint64_t, 9> masks{};
+    for (size_t m = 1; m < masks.size(); ++m) masks[m] = ~uint64_t{0} >> (64 - 8 * m);
+    return masks;
+}();
+
+// The first m (0..8) bytes of `word` (first byte lowest) at out, each 0xFF
+// followed by a zero; returns the end. Without a branch per byte: each byte
+// is followed by a zero that the next byte overwrites unless it stays as
+// stuffing; after the last byte, the byte that follows keeps its value unless
+// it is the stuffing. So nothing past the stuffed bytes changes.
+ZEQ_ENTROPY_INLINE uint8_t* putStuffedBytes(uint8_t* out, uint64_t word, int m) {
+    if (m == 0) return out;
+    for (int i = 0; i < m - 1; ++i, word >>= 8) {
+        const uint32_t byte = static_cast<uint8_t>(word);
+        out[0] = static_cast<uint8_t>(byte);
+        out[1] = kStuffedByte;
+        out += 1 + ((byte + 1) >> 8);  // 2 after 0xFF
+    }
+    const uint32_t last = static_cast<uint8_t>(word);
+    const uint32_t stuffed = (last + 1) >> 8;
+    out[0] = static_cast<uint8_t>(last);
+    out[1] = static_cast<uint8_t>(out[1] & (stuffed - 1));
+    return out + 1 + stuffed;
+}
+
 template <MissingCode kMissing>
 class StreamBitWriter {
 public:
@@ -140,9 +172,14 @@ public:
         free_ = kAccumulatorBits - count;
     }
     // At a bit position: the bits already in the byte at bitPos / 8 are kept.
-    StreamBitWriter(uint8_t* dst, int32_t bitPos) : start_(dst), out_(dst + (bitPos >> 3)) {
+    StreamBitWriter(uint8_t* dst, int32_t bitPos)
+        : start_(dst), out_(dst + (bitPos >> 3)), startBits_(bitPos) {
         const int count = bitPos & 7;
-        acc_ = count > 0 ? *out_ >> (8 - count) : 0;
+        // (Read from a zero when none is pending: the byte itself may be past
+        // what this call writes. A select, not a branch.)
+        static constexpr uint8_t kNoBits = 0;
+        const uint8_t* const partial = count > 0 ? out_ : &kNoBits;
+        acc_ = uint64_t{*partial} >> (8 - count);
         free_ = kAccumulatorBits - count;
     }
 
@@ -171,9 +208,28 @@ public:
         return StatusOk;
     }
 
-    // State-based stream: whole bytes out, pending bits into the state.
+    // State-based stream: whole bytes out, pending bits into the state. The
+    // bytes go out in one 8-byte store that puts back what follows them
+    // (the stream has a word of room past its worst case), also when there
+    // are none.
     ZEQ_ENTROPY_INLINE void close(int32_t* dstPos, HuffmanEncodeState* state) {
-        const int count = drainBytes();
+        const int pending = kAccumulatorBits - free_;
+        const int bytes = pending >> 3;
+        // Behind the whole bytes come the partial byte, which ends in a zero
+        // bit, and zeros: a 0xFF in the word is one of the whole bytes. (With
+        // nothing pending the shift is by 0 and no byte is written.)
+        const uint64_t word = __builtin_bswap64(acc_ << (free_ & (kAccumulatorBits - 1)));
+        const uint64_t written = kFirstBytesMasks[size_t(bytes)];
+        if (__builtin_expect(!hasByteFF(word), 1)) {
+            uint64_t following;
+            std::memcpy(&following, out_, 8);
+            const uint64_t merged = following ^ ((following ^ word) & written);
+            std::memcpy(out_, &merged, 8);
+            out_ += bytes;
+        } else {
+            out_ = putStuffedBytes(out_, word, bytes);
+        }
+        const int count = pending & 7;
         *dstPos = static_cast<int32_t>(out_ - start_);
         storeBitPosition(state, {(acc_ << (kPendingTop - count)) & kPendingMask, count});
     }
@@ -181,21 +237,23 @@ public:
     // the top, zeros below; a zero byte when none are pending). Memory and
     // position stay untouched when nothing was written.
     ZEQ_ENTROPY_INLINE void close(int32_t* dstBitPos) {
-        if (!wrote_) return;
+        // Every put adds bits, every emitted word moves out_.
+        if (out_ == start_ + (startBits_ >> 3) && free_ == kAccumulatorBits - (startBits_ & 7))
+            return;
         const int pending = kAccumulatorBits - free_;
-        if (__builtin_expect(pending > 0 && pending < kAccumulatorBits, 1)) {
-            // The whole bytes and the partial one, first byte lowest.
-            const int bytes = pending >> 3;
-            const uint64_t word = __builtin_bswap64(acc_ << free_);
-            if (!hasByteFF(word & ((uint64_t{1} << (8 * bytes)) - 1))) {
-                storeFirstBytes(out_, word, bytes + 1);
-                *dstBitPos = static_cast<int32_t>((out_ - start_ + bytes) * 8 + (pending & 7));
-                return;
-            }
+        const int bytes = pending >> 3;
+        const int partial = pending & 7;
+        // The whole bytes and the partial one, first byte lowest, then
+        // zeros; the partial byte is never 0xFF (it ends in a zero bit).
+        const uint64_t word = __builtin_bswap64(acc_ << (free_ & (kAccumulatorBits - 1)));
+        if (__builtin_expect(bytes < 8 && !hasByteFF(word), 1)) {
+            storeFirstBytes(out_, word, bytes + 1);
+            *dstBitPos = static_cast<int32_t>((out_ - start_ + bytes) * 8 + partial);
+            return;
         }
-        const int count = drainBytes();
-        *out_ = static_cast<uint8_t>(count > 0 ? (acc_ & lowMask(count)) << (8 - count) : 0);
-        *dstBitPos = static_cast<int32_t>((out_ - start_) * 8 + count);
+        out_ = putStuffedBytes(out_, word, bytes);
+        *out_ = static_cast<uint8_t>(partial > 0 ? (acc_ & lowMask(partial)) << (8 - partial) : 0);
+        *dstBitPos = static_cast<int32_t>((out_ - start_) * 8 + partial);
     }
 
     // n (1..32) bits, none above them set, for coders that have already
@@ -204,10 +262,8 @@ public:
     // it overflows, the top of the code completes a word of 8 bytes and the
     // rest of it stays pending.
     ZEQ_ENTROPY_INLINE void put(uint64_t code, int n) {
-        wrote_ = true;
         if (__builtin_expect(n <= free_, 1)) {
-            free_ -= n;
-            acc_ = (acc_ << n) | code;
+            putWithRoom(code, n);
             return;
         }
         const int spill = n - free_;
@@ -215,74 +271,46 @@ public:
         acc_ = code;
         free_ = kAccumulatorBits - spill;
     }
+    // put() where the caller knows that the n bits fit (n <= free_).
+    ZEQ_ENTROPY_INLINE void putWithRoom(uint64_t code, int n) {
+        free_ -= n;
+        acc_ = (acc_ << n) | code;
+    }
 
 private:
     static constexpr int kAccumulatorBits = 64;
 
     static uint64_t lowMask(int n) { return (uint64_t{1} << n) - 1; }
 
-    ZEQ_ENTROPY_INLINE void putByte(uint8_t byte) {
-        *out_++ = byte;
-        if (byte == 0xFF) *out_++ = kStuffedByte;
-    }
-    // Eight bytes high first: one store when none is 0xFF, else one at a
-    // time with stuffing, without a branch per byte (0xFF bytes are common
-    // in dense blocks): each byte is followed by a zero that the next byte
-    // overwrites unless it stays as stuffing; after the last byte, the byte
-    // that follows keeps its value unless it is the stuffing. The writers
-    // own that byte: the stream writer has room past its worst case, the
-    // direct writer ends with a partial byte there.
+    // Eight bytes high first: one store when none is 0xFF. With one 0xFF,
+    // the bytes after it move up by one over its stuffing: 8 bytes and a
+    // ninth. With more, one byte at a time.
     ZEQ_ENTROPY_INLINE void emitWord(uint64_t word) {
-        if (__builtin_expect(!hasByteFF(word), 1)) {
-            const uint64_t bigEndian = __builtin_bswap64(word);
-            std::memcpy(out_, &bigEndian, 8);
+        const uint64_t bytes = __builtin_bswap64(word);  // first byte lowest
+        const uint64_t ffs = byteFFFlags(bytes);
+        if (__builtin_expect(ffs == 0, 1)) {
+            std::memcpy(out_, &bytes, 8);
             out_ += 8;
             return;
         }
-        for (int shift = 56; shift > 0; shift -= 8) {
-            const uint32_t byte = static_cast<uint8_t>(word >> shift);
-            out_[0] = static_cast<uint8_t>(byte);
-            out_[1] = kStuffedByte;
-            out_ += 1 + ((byte + 1) >> 8);  // 2 after 0xFF
+        if ((ffs & (ffs - 1)) == 0) {
+            const int through = __builtin_ctzll(ffs);  // the top bit of the 0xFF byte
+            const uint64_t kept = (uint64_t{2} << through) - 1;
+            const uint64_t moved = (bytes & ~kept) << 8;
+            const uint64_t low = (bytes & kept) | moved;
+            std::memcpy(out_, &low, 8);
+            out_[8] = static_cast<uint8_t>((bytes & ~kept) >> 56);
+            out_ += 9;
+            return;
         }
-        const uint32_t last = static_cast<uint8_t>(word);
-        const uint32_t stuffed = (last + 1) >> 8;
-        out_[0] = static_cast<uint8_t>(last);
-        out_[1] = static_cast<uint8_t>(out_[1] & (stuffed - 1));
-        out_ += 1 + stuffed;
-    }
-    // Writes the whole pending bytes; returns the bits left (0..7). Without
-    // a 0xFF among them the state-based stream, which has a word of room past
-    // its worst case, stores them in one 8-byte write that puts back what
-    // follows them; the direct writer, which has no room past its bytes, one
-    // at a time.
-    ZEQ_ENTROPY_INLINE int drainBytes() {
-        int count = kAccumulatorBits - free_;
-        const int bytes = count >> 3;
-        if (bytes > 0) {
-            // Memory order: the first byte lowest, the bytes after them kept.
-            const uint64_t word = __builtin_bswap64(acc_ << free_);
-            const uint64_t written = ~uint64_t{0} >> (kAccumulatorBits - 8 * bytes);
-            if (kMissing == MissingCode::Fails && !hasByteFF(word & written)) {
-                uint64_t following;
-                std::memcpy(&following, out_, 8);
-                const uint64_t merged = following ^ ((following ^ word) & written);
-                std::memcpy(out_, &merged, 8);
-                out_ += bytes;
-                count &= 7;
-            } else {
-                for (; count >= 8; count -= 8) putByte(static_cast<uint8_t>(acc_ >> (count - 8)));
-            }
-        }
-        free_ = kAccumulatorBits - count;
-        return count;
+        out_ = putStuffedBytes(out_, bytes, 8);
     }
 
     uint8_t* start_;
     uint8_t* out_;
     uint64_t acc_;
-    int free_;  // bits the accumulator can take before it is emitted
-    bool wrote_ = false;
+    int free_;               // bits the accumulator can take before it is emitted
+    int32_t startBits_ = 0;  // the direct writer's first bit position
 };
 
 using FastBitWriter = StreamBitWriter<MissingCode::Fails>;

@@ -93,20 +93,30 @@ ZEQ_ENTROPY_INLINE ZigzagMasks zigzagMasks(const int16_t* block, int al) {
     return {zigzagOfNaturalMask(~zeroBits), kOnes ? zigzagOfNaturalMask(oneBits) : 0};
 }
 
-// Bit k set where the coefficient at zigzag index k is not 0.
-ZEQ_ENTROPY_INLINE uint64_t zigzagNonZeroMask(const int16_t* block) {
+// Bit k set where the coefficient at zigzag index k is 0. Two rows go into
+// one byte vector: packing saturates, so a non-zero coefficient stays a
+// non-zero byte. Each row's 8-bit pattern is looked up straight from the
+// movemask word (the zigzag map is a permutation, so the zero pattern maps
+// like the non-zero one).
+ZEQ_ENTROPY_INLINE uint64_t zigzagZeroMask(const int16_t* block) {
     const __m128i zero = _mm_setzero_si128();
-    uint64_t zeroBits = 0;
+    uint64_t zigzag = 0;
     for (int row = 0; row < kBlockRowLength; row += 2) {
         const __m128i a =
             _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + row * kBlockRowLength));
         const __m128i b =
             _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + (row + 1) * kBlockRowLength));
-        const uint64_t zeros = static_cast<uint32_t>(
-            _mm_movemask_epi8(_mm_packs_epi16(_mm_cmpeq_epi16(a, zero), _mm_cmpeq_epi16(b, zero))));
-        zeroBits |= zeros << (8 * row);
+        const auto zeros =
+            static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_packs_epi16(a, b), zero)));
+        zigzag |= kZigzagBitsOfNaturalRows[size_t(row)][zeros & 0xFF] |
+                  kZigzagBitsOfNaturalRows[size_t(row) + 1][zeros >> 8];
     }
-    return zigzagOfNaturalMask(~zeroBits);
+    return zigzag;
+}
+
+// Bit k set where the coefficient at zigzag index k is not 0.
+ZEQ_ENTROPY_INLINE uint64_t zigzagNonZeroMask(const int16_t* block) {
+    return ~zigzagZeroMask(block);
 }
 
 }  // namespace zeq

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "jpeg/entropy/zigzag_masks.h"
 #include "tests/common/test_support.h"
 #include "tests/jpeg/entropy/huffman_test_support.h"
 #include "tests/jpeg/entropy/photo_blocks.h"
@@ -488,6 +489,41 @@ TEST(EncodeBlock, SymbolWithoutCode) {
     EXPECT_EQ(out[1], 0x00);
     EXPECT_EQ(out[2], 0b11100110);
     EXPECT_EQ(out[3], 0b10000000);
+}
+
+// The direct coder with nothing to write (category 0 and EOB without codes,
+// both skipped): neither memory nor the bit position changes, also mid-byte.
+TEST(EncodeDirect, NothingToWriteLeavesMemoryAndPositionAlone) {
+    const TableDefinition dcWithoutZero{{0, 2}, {1, 2}};
+    const TableDefinition acWithoutEOB{{0, 2}, {0x01, 0x02}};
+    const EncodeSpecBuffer dc = encodeSpec(dcWithoutZero), ac = encodeSpec(acWithoutEOB);
+    const Block b = blockWith({{0, 7}});
+    for (int32_t start : {0, 5, 16, 21}) {
+        std::vector<uint8_t> out(8, 0xA7);
+        int32_t bitPos = start;
+        int16_t lastDC = 7;
+        ASSERT_EQ(zeqiEncodeHuffman8x8_Direct_JPEG_16s1u_C1(b.data(), out.data(), &bitPos, &lastDC,
+                                                            dc.get(), ac.get()),
+                  StatusOk);
+        EXPECT_EQ(bitPos, start);
+        EXPECT_TRUE(std::all_of(out.begin(), out.end(), [](uint8_t v) { return v == 0xA7; }));
+    }
+}
+
+// A single non-zero coefficient at every position, with values whose low byte
+// is zero or that saturate when packed to bytes: the zigzag mask of non-zero
+// coefficients has exactly its bit.
+TEST(ZigzagMasks, NonZeroMaskSeesEveryValueAtEveryPosition) {
+    for (int natural = 0; natural < 64; ++natural)
+        for (int16_t v : {1, -1, 255, 256, -256, 0x7F00, -32768, 32767, 128, -128}) {
+            Block b{};
+            b[natural] = v;
+            EXPECT_EQ(zeq::zigzagNonZeroMask(b.data()),
+                      uint64_t{1} << zeq::ZigzagToNatural[natural])
+                << natural << " " << v;
+            EXPECT_EQ(zeq::zigzagZeroMask(b.data()),
+                      ~(uint64_t{1} << zeq::ZigzagToNatural[natural]));
+        }
 }
 
 TEST(EncodeState, SizesInitAllocAndAllocationFailure) {

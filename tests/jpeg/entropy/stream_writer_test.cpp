@@ -106,6 +106,64 @@ TEST(StreamWriters, DirectWriterMatchesTheReferenceWithinExactlyItsBytes) {
     }
 }
 
+// Words with their 0xFF bytes at every set of places (each of the 256
+// patterns), the other bytes drawn with 0xFE and 0x01 frequent (a 0xFE right
+// after a 0xFF is what a byte-parallel 0xFF test can mistake for another
+// one), after every count of pending bits: whole words out mid-stream and the
+// closing bytes, through both stream writers.
+TEST(StreamWriters, EveryPlacementOfFFBytesInAWordMatchesTheReference) {
+    auto& rng = seededRng(44);
+    for (int pattern = 0; pattern < 256; ++pattern)
+        for (int pendingBits = 0; pendingBits < 8; ++pendingBits) {
+            std::array<uint8_t, 12> bytes;
+            for (size_t i = 0; i < bytes.size(); ++i) {
+                const int pick = uniform<int>(rng, 0, 3);
+                bytes[i] = pick == 0 ? 0xFE : pick == 1 ? 0x01 : uniform<uint8_t>(rng, 0, 0xFE);
+                if (i < 8 && (pattern >> i & 1)) bytes[i] = 0xFF;
+            }
+            // The pending bits completed to a byte, then the bytes as puts of
+            // 32 bits; a tail of a few bits stays pending.
+            std::vector<Put> puts;
+            if (pendingBits > 0)
+                puts.push_back(
+                    {uniform<uint32_t>(rng, 0, (1u << (8 - pendingBits)) - 1), 8 - pendingBits});
+            for (size_t i = 0; i < bytes.size(); i += 4)
+                puts.push_back({uint32_t(bytes[i]) << 24 | uint32_t(bytes[i + 1]) << 16 |
+                                    uint32_t(bytes[i + 2]) << 8 | bytes[i + 3],
+                                32});
+            puts.push_back({uniform<uint32_t>(rng, 0, 7), 3});
+            const uint32_t pendingValue = uniform<uint32_t>(rng, 0, (1u << pendingBits) - 1);
+            const ReferenceBitStream reference = referenceOf(pendingValue, pendingBits, puts);
+            const std::vector<uint8_t> expected = reference.bytes(false);
+
+            std::vector<uint8_t> out(expected.size() + 16, 0xEE);
+            EncodeStateBuffer state = freshEncodeState();
+            const uint64_t buffer = uint64_t{pendingValue} << (24 - pendingBits);
+            std::memcpy(state.bytes.data(), &buffer, 8);
+            std::memcpy(state.bytes.data() + 8, &pendingBits, 4);
+            zeq::FastBitWriter writer(out.data(), 0, state.get());
+            for (const Put& put : puts) writer.put(put.value, put.n);
+            int32_t pos = -1;
+            writer.close(&pos, state.get());
+            ASSERT_EQ(std::vector<uint8_t>(out.begin(), out.begin() + pos), expected) << pattern;
+            ASSERT_TRUE(
+                std::all_of(out.begin() + pos, out.end(), [](uint8_t b) { return b == 0xEE; }));
+            ASSERT_EQ(state.at<uint64_t>(0), uint64_t{reference.partialByte()} << 16);
+
+            // The direct writer, in exactly the bytes it may touch.
+            const uint8_t prefix = static_cast<uint8_t>(pendingValue << (8 - pendingBits));
+            std::vector<uint8_t> direct(expected.size() + 1, 0xEE);
+            direct[0] = prefix;
+            int32_t bitPos = pendingBits;
+            zeq::DirectBitWriter directWriter(direct.data(), bitPos);
+            for (const Put& put : puts) directWriter.put(put.value, put.n);
+            directWriter.close(&bitPos);
+            ASSERT_EQ(std::vector<uint8_t>(direct.begin(), direct.end() - 1), expected) << pattern;
+            ASSERT_EQ(direct.back(), reference.partialByte());
+            ASSERT_EQ(size_t(bitPos), expected.size() * 8 + reference.bitCount() % 8);
+        }
+}
+
 // Every length of the direct writer's closing stores, into a destination of
 // exactly that length.
 TEST(StreamWriters, FirstBytesStoreWritesExactlyThoseBytes) {

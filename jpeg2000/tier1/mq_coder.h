@@ -124,13 +124,26 @@ inline void mqByteOut(MqEncoderRegisters& r, Sink& sink) {
     return true;
 }
 
-// One decision. The renormalization shifts up to each byte-out at once
-// rather than bit by bit.
+// One decision. Whether a decision is the MPS is as unpredictable as the
+// data, so the interval update is formed with selects rather than branches:
+// with lt = (A - Qe < Qe), an MPS keeps A - Qe unless lt, an LPS takes Qe
+// unless lt, and C grows by Qe exactly when A does not become Qe. The
+// context moves on after an LPS and after an MPS that renormalizes. Only the
+// byte-out, once per eight shifted bits at most, is a branch; the
+// renormalization shifts up to each byte-out at once.
 template <class Sink>
 [[gnu::always_inline]] inline void mqEncode(MqEncoderRegisters& r, uint8_t& context, int decision,
                                             Sink& sink) {
-    if (!mqEncodeInterval(r, context, decision)) return;
-    int shift = __builtin_clz(r.a) - 16;
+    const MqTransition t = kMqTransitions[context];
+    const uint32_t a = r.a - t.qe;
+    const bool lps = decision != (context & 1);
+    const bool takeQe = (a < t.qe) != lps;
+    const uint32_t newA = takeQe ? t.qe : a;
+    r.c += takeQe ? 0u : t.qe;
+    const uint8_t moved = lps ? t.afterLps : t.afterMps;
+    context = (newA & 0x8000u) ? context : moved;
+    int shift = __builtin_clz(newA) - 16;
+    r.a = newA;
     while (__builtin_expect(shift >= r.ct, 0)) {
         r.a <<= r.ct;
         r.c <<= r.ct;

@@ -98,8 +98,9 @@ inline void mqByteOut(MqEncoderRegisters& r, Sink& sink) {
     }
 }
 
-// The interval update of one decision: false when no renormalization
-// follows (an MPS that leaves A at or above half the interval).
+// The interval update of one decision in its plain branching form (the
+// tests hold mqEncode to it): false when no renormalization follows (an MPS
+// that leaves A at or above half the interval).
 [[gnu::always_inline]] inline bool mqEncodeInterval(MqEncoderRegisters& r, uint8_t& context,
                                                     int decision) {
     const MqTransition t = kMqTransitions[context];

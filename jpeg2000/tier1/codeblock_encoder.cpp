@@ -6,6 +6,7 @@
 
 #include "core/memory.h"
 #include "core/rows.h"
+#include "jpeg2000/tier1/encode_passes.h"
 #include "jpeg2000/tier1/t1_distortion.h"
 #include "jpeg2000/tier1/t1_passes.h"
 
@@ -149,18 +150,27 @@ struct PassPlan {
     bool raw;
 };
 
-template <bool Causal>
+// SharedPasses picks the passes written once for the encoder and the
+// decoders, the reference of the encoder's own.
+template <bool SharedPasses, bool Causal>
 void runPass(const SampleGrid& g, EncodeModel& m, PassPlan plan, const uint8_t* zc,
              bool segmentationSymbol) {
     switch (plan.kind) {
         case PassPlan::Significance:
-            if (plan.raw)
+            if (SharedPasses && plan.raw)
                 significancePass<true, Causal>(g, m, zc);
-            else
+            else if (SharedPasses)
                 significancePass<false, Causal>(g, m, zc);
+            else if (plan.raw)
+                encodeSignificancePass<true, Causal>(g, m, zc);
+            else
+                encodeSignificancePass<false, Causal>(g, m, zc);
             break;
         case PassPlan::Refinement:
-            refinementPass(g, m);
+            if (SharedPasses)
+                refinementPass(g, m);
+            else
+                encodeRefinementPass(g, m);
             break;
         case PassPlan::Cleanup:
             cleanupPass<Causal>(g, m, zc);
@@ -170,11 +180,10 @@ void runPass(const SampleGrid& g, EncodeModel& m, PassPlan plan, const uint8_t* 
     }
 }
 
-}  // namespace
-
-LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
-                         CodeBlockEncodeState* s, int32_t subband, int32_t magnBitDepth,
-                         int32_t mqTermType, int32_t codeStyleFlags) {
+template <bool SharedPasses>
+LoadResult loadWith(const uint8_t* src, int32_t srcStep, ZeqiSize size, CodeBlockEncodeState* s,
+                    int32_t subband, int32_t magnBitDepth, int32_t mqTermType,
+                    int32_t codeStyleFlags) {
     EncodeCodingRecord* rec = s->coding;
     const int32_t width = size.width, height = size.height;
     std::memset(s->stateArray, 0, static_cast<size_t>(stateArrayBytes(width, height)));
@@ -230,9 +239,9 @@ LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
             finalPlane ? kRefinementDistortionFinal.data() : kRefinementDistortion.data();
         const int32_t before = m.count;
         if (causal)
-            runPass<true>(g, m, plan, zc, segmentation);
+            runPass<SharedPasses, true>(g, m, plan, zc, segmentation);
         else
-            runPass<false>(g, m, plan, zc, segmentation);
+            runPass<SharedPasses, false>(g, m, plan, zc, segmentation);
         const int32_t i = rec->passCount++;
         rec->passDecisions[i] = m.count - before;
         rec->passSegmentType[i] = plan.raw ? kSegmentRaw : kSegmentArithmetic;
@@ -264,6 +273,22 @@ LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
     }
     rec->segmentCount = segments;
     return {planes, rec->passCount, segments};
+}
+
+}  // namespace
+
+LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
+                         CodeBlockEncodeState* s, int32_t subband, int32_t magnBitDepth,
+                         int32_t mqTermType, int32_t codeStyleFlags) {
+    return loadWith<false>(src, srcStep, size, s, subband, magnBitDepth, mqTermType,
+                           codeStyleFlags);
+}
+
+LoadResult loadCodeBlockWithSharedPasses(const uint8_t* src, int32_t srcStep, ZeqiSize size,
+                                         CodeBlockEncodeState* s, int32_t subband,
+                                         int32_t magnBitDepth, int32_t mqTermType,
+                                         int32_t codeStyleFlags) {
+    return loadWith<true>(src, srcStep, size, s, subband, magnBitDepth, mqTermType, codeStyleFlags);
 }
 
 namespace {

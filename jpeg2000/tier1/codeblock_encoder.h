@@ -116,6 +116,12 @@ struct LoadResult {
 LoadResult loadCodeBlock(const uint8_t* src, int32_t srcStep, ZeqiSize size,
                          CodeBlockEncodeState* s, int32_t subband, int32_t magnBitDepth,
                          int32_t mqTermType, int32_t codeStyleFlags);
+// The same through the passes shared with the decoders: the reference the
+// encoder's own passes are tested against.
+LoadResult loadCodeBlockWithSharedPasses(const uint8_t* src, int32_t srcStep, ZeqiSize size,
+                                         CodeBlockEncodeState* s, int32_t subband,
+                                         int32_t magnBitDepth, int32_t mqTermType,
+                                         int32_t codeStyleFlags);
 
 // Codes into dst[0 .. *length); returns whether output remains.
 bool storeBits(CodeBlockEncodeState* s, uint8_t* dst, int32_t* length);

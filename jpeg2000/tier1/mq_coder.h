@@ -44,7 +44,15 @@ struct MqTransition {
     uint32_t qe;
     uint8_t afterMps;
     uint8_t afterLps;
+    uint8_t qeShift;  // the shifts that bring Qe to 0x8000 or above
 };
+
+constexpr uint8_t renormalizingShift(uint32_t a) {
+    uint8_t shift = 0;
+    for (; (a << shift) < 0x8000u; ++shift) {
+    }
+    return shift;
+}
 
 constexpr std::array<MqTransition, 94> makeMqTransitions() {
     std::array<MqTransition, 94> t{};
@@ -52,7 +60,8 @@ constexpr std::array<MqTransition, 94> makeMqTransitions() {
         for (int mps = 0; mps < 2; ++mps) {
             const MqStateRow& row = kMqStateTable[i];
             const int lpsMps = row.switchMps ? 1 - mps : mps;
-            t[2 * i + mps] = {row.qe, mqContext(row.nextMps, mps), mqContext(row.nextLps, lpsMps)};
+            t[2 * i + mps] = {row.qe, mqContext(row.nextMps, mps), mqContext(row.nextLps, lpsMps),
+                              renormalizingShift(row.qe)};
         }
     }
     return t;
@@ -138,12 +147,17 @@ template <class Sink>
     const MqTransition t = kMqTransitions[context];
     const uint32_t a = r.a - t.qe;
     const bool lps = decision != (context & 1);
-    const bool takeQe = (a < t.qe) != lps;
-    const uint32_t newA = takeQe ? t.qe : a;
-    r.c += takeQe ? 0u : t.qe;
+    // As masks: left as selects, the compiler turns them into a branch.
+    const uint32_t takeQe =
+        (0u - static_cast<uint32_t>(a < t.qe)) ^ (0u - static_cast<uint32_t>(lps));
+    const uint32_t newA = (t.qe & takeQe) | (a & ~takeQe);
+    r.c += t.qe & ~takeQe;
     const uint8_t moved = lps ? t.afterLps : t.afterMps;
     context = (newA & 0x8000u) ? context : moved;
-    int shift = __builtin_clz(newA) - 16;
+    // The shift of either candidate is known before the select (A - Qe is
+    // never 0): it keeps the leading-zero count off the chain through A.
+    const uint32_t shiftA = static_cast<uint32_t>(__builtin_clz(a)) - 16;
+    int shift = static_cast<int>((t.qeShift & takeQe) | (shiftA & ~takeQe));
     r.a = newA;
     while (__builtin_expect(shift >= r.ct, 0)) {
         r.a <<= r.ct;

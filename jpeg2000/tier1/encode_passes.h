@@ -38,6 +38,7 @@ template <bool Raw, bool Causal, class Model>
             if (candidates == 0) continue;
             const uint64_t unsettled = (unsettledSamples(state) >> 4) & rows;
             uint64_t coded = 0;
+#pragma GCC unroll 4
             for (int r = 0; r < 4; ++r) {
                 const uint32_t coding = static_cast<uint32_t>(candidates >> (16 * r + 8)) & 1;
                 const uint32_t half = static_cast<uint32_t>(state >> (16 * r));
@@ -81,6 +82,7 @@ template <class Model>
             if (refined == 0) continue;
             const uint64_t labels = refinementLabelOffsets(state);
             int32_t distortion = 0;
+#pragma GCC unroll 4
             for (int r = 0; r < 4; ++r) {
                 const uint32_t coding = static_cast<uint32_t>(refined >> (16 * r + 12)) & 1;
                 const uint32_t w = words[r];

@@ -73,28 +73,20 @@ template <class Model>
 [[gnu::noinline]] void encodeRefinementPass(const SampleGrid& grid, Model& shared) {
     const SampleGrid g = grid;
     Model m = shared;
-    static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above significance");
-    forEachStripe(g, m, [&](uint32_t* column, uint64_t rows, auto) {
-        const uint32_t* words = m.words;
-        for (int x = 0; x < g.width; ++x, ++column, words += 4) {
-            const uint64_t state = loadColumn(column, g.stride);
-            const uint64_t refined = refinementCandidates(state) & rows;
-            if (refined == 0) continue;
-            const uint64_t labels = refinementLabelOffsets(state);
-            int32_t distortion = 0;
+    forEachRefinementColumn(g, m, [&](int x, uint64_t refined, uint64_t labels) {
+        const uint32_t* words = m.words + 4 * x;
+        int32_t distortion = 0;
 #pragma GCC unroll 4
-            for (int r = 0; r < 4; ++r) {
-                const uint32_t coding = static_cast<uint32_t>(refined >> (16 * r + 12)) & 1;
-                const uint32_t w = words[r];
-                m.decisions[m.count] = static_cast<uint8_t>((w >> m.plane) & 1);
-                m.labels[m.count] =
-                    static_cast<uint8_t>(kRefineFirstLabel + ((labels >> (16 * r)) & 3));
-                m.count += static_cast<int32_t>(coding);
-                distortion += m.refinementTable[m.window(w) & 127] & -static_cast<int32_t>(coding);
-            }
-            m.distortion += distortion;
-            storeColumn(column, g.stride, state | (refined << 2));
+        for (int r = 0; r < 4; ++r) {
+            const uint32_t coding = static_cast<uint32_t>(refined >> (16 * r + 12)) & 1;
+            const uint32_t w = words[r];
+            m.decisions[m.count] = static_cast<uint8_t>((w >> m.plane) & 1);
+            m.labels[m.count] =
+                static_cast<uint8_t>(kRefineFirstLabel + ((labels >> (16 * r)) & 3));
+            m.count += static_cast<int32_t>(coding);
+            distortion += m.refinementTable[m.window(w) & 127] & -static_cast<int32_t>(coding);
         }
+        m.distortion += distortion;
     });
     shared = m;
 }

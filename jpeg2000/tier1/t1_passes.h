@@ -175,24 +175,33 @@ template <bool Raw, bool Causal, class Coder>
     shared = coder;
 }
 
-// Magnitude refinement: every sample significant before this plane and not
-// visited by this plane's significance pass.
-template <class Coder>
-[[gnu::noinline]] void refinementPass(const SampleGrid& grid, Coder& shared) {
-    const SampleGrid g = grid;
-    Coder coder = shared;
+// Walks the stripe columns holding samples to refine, calling
+// body(x, refined, labelOffsets) with the rows to refine (refinement
+// candidates) and their labels' offsets, then marks those rows refined.
+template <class Coder, class Body>
+inline void forEachRefinementColumn(const SampleGrid& g, Coder& coder, Body&& body) {
     static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above significance");
     forEachStripe(g, coder, [&](uint32_t* column, uint64_t rows, auto) {
         for (int x = 0; x < g.width; ++x, ++column) {
             const uint64_t state = loadColumn(column, g.stride);
             const uint64_t refined = refinementCandidates(state) & rows;
             if (refined == 0) continue;
-            const uint64_t labels = refinementLabelOffsets(state);
-            for (uint64_t candidates = refined; candidates != 0; candidates &= candidates - 1) {
-                const int r = candidateRow(candidates);
-                coder.refine(x, r, kRefineFirstLabel + static_cast<int>((labels >> (16 * r)) & 3));
-            }
+            body(x, refined, refinementLabelOffsets(state));
             storeColumn(column, g.stride, state | (refined << 2));
+        }
+    });
+}
+
+// Magnitude refinement: every sample significant before this plane and not
+// visited by this plane's significance pass.
+template <class Coder>
+[[gnu::noinline]] void refinementPass(const SampleGrid& grid, Coder& shared) {
+    const SampleGrid g = grid;
+    Coder coder = shared;
+    forEachRefinementColumn(g, coder, [&](int x, uint64_t refined, uint64_t labels) {
+        for (uint64_t candidates = refined; candidates != 0; candidates &= candidates - 1) {
+            const int r = candidateRow(candidates);
+            coder.refine(x, r, kRefineFirstLabel + static_cast<int>((labels >> (16 * r)) & 3));
         }
     });
     shared = coder;

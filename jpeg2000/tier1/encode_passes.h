@@ -57,7 +57,7 @@ template <bool Raw, bool Causal, class Model>
                     ++m.count;
                     m.distortion += m.significanceTable[m.window(w) & 63];
                     markSignificant<Causal>(column, g.stride, state, r, static_cast<int>(negative));
-                    candidates |= unsettled & (uint64_t{0x100} << (16 * (r + 1)));
+                    candidates |= unsettled & ((uint64_t{0x100} << (16 * r)) << 16);
                 }
             }
             static_assert(kVisited == 0x100 << 5, "candidate marks sit five bits below visited");

@@ -67,6 +67,8 @@ constexpr std::array<MqTransition, 94> makeMqTransitions() {
     return t;
 }
 inline constexpr std::array<MqTransition, 94> kMqTransitions = makeMqTransitions();
+static_assert(kMqTransitions[0].qeShift == 1 && kMqTransitions[2 * 45].qeShift == 15 &&
+              kMqTransitions[2 * 5 + 1].qeShift == 6);
 
 // ---- Encoder ----------------------------------------------------------------
 

@@ -7,6 +7,7 @@
 #include "zeqcodec/j2k_codec.h"
 #include "zeqcodec/j2k_layout.h"
 #include "zeqcodec/j2k_samples.h"
+#include "zeqcodec/sample_planes.h"
 #include "zeqj.h"
 
 namespace zeqcodec {
@@ -53,7 +54,7 @@ private:
     std::vector<Band> bands_;
     std::vector<BlockData> blocks_;  // per component, per block in band order
     std::vector<int32_t> segmentLengths_;
-    std::vector<std::vector<int32_t>> planes_;
+    SamplePlanes planes_;
 };
 
 bool Decoder::readPackets(const uint8_t* packets, size_t size, std::string* error) {
@@ -118,9 +119,9 @@ bool Decoder::decodeBlocks(std::string* error) {
     const size_t rowLength = static_cast<size_t>(width_);
     const size_t blocksPerComponent = blocks_.size() / static_cast<size_t>(components_);
     const size_t pixels = rowLength * static_cast<size_t>(height_);
-    planes_.assign(static_cast<size_t>(components_), std::vector<int32_t>(pixels, 0));
+    if (!planes_.allocate(components_, pixels)) return fail(error, "out of memory");
     for (int32_t c = 0; c < components_; ++c) {
-        int32_t* plane = planes_[static_cast<size_t>(c)].data();
+        int32_t* plane = planes_[c];
         const BlockData* blocks = blocks_.data() + static_cast<size_t>(c) * blocksPerComponent;
         for (size_t b = 0; b < bands_.size(); ++b) {
             const Band& band = bands_[b];
@@ -179,45 +180,50 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
     std::vector<uint8_t> buffer(static_cast<size_t>(bufferSize) + 64);
     const size_t pixels = static_cast<size_t>(width_) * static_cast<size_t>(height_);
     const size_t pixelsPerRow = static_cast<size_t>(width_);
-    for (auto& plane : planes_) {
+    for (int32_t c = 0; c < components_; ++c) {
+        int32_t* plane = planes_[c];
         for (int32_t level = levels_; level >= 1; --level) {
             const ZeqiRect rect{0, 0, j2k::lowSize(width_, level - 1),
                                 j2k::lowSize(height_, level - 1)};
             const ZeqStatus s =
-                h_.reversible
-                    ? zeqiWTInv_B53_JPEG2K_32s_C1IR(plane.data(), step, &rect, buffer.data())
-                    : zeqiWTInv_D97_JPEG2K_32s_C1IR(plane.data(), step, &rect, buffer.data());
+                h_.reversible ? zeqiWTInv_B53_JPEG2K_32s_C1IR(plane, step, &rect, buffer.data())
+                              : zeqiWTInv_D97_JPEG2K_32s_C1IR(plane, step, &rect, buffer.data());
             if (s != StatusOk) return fail(error, "inverse wavelet level failed");
             if (h_.reversible && level > 1) {
                 for (int32_t y = 0; y < rect.height; ++y) {
-                    int32_t* row = plane.data() + static_cast<size_t>(y) * pixelsPerRow;
+                    int32_t* row = plane + static_cast<size_t>(y) * pixelsPerRow;
                     for (int32_t x = 0; x < rect.width; ++x)
                         row[x] = std::clamp(row[x], -ReversibleLimit, ReversibleLimit);
                 }
             }
         }
     }
-    if (components_ == 3 && h_.multiComponentTransform) {
-        int32_t* const p[3] = {planes_[0].data(), planes_[1].data(), planes_[2].data()};
-        const ZeqiSize size{width_, height_};
-        const ZeqStatus s = h_.reversible ? zeqiRCTInv_JPEG2K_32s_P3IR(p, step, size)
-                                          : zeqiICTInv_JPEG2K_32s_P3IR(p, step, size);
-        if (s != StatusOk) return fail(error, "inverse component transform failed");
-    }
     image.width = width_;
     image.height = height_;
     image.channels = components_;
     image.pixels.resize(pixels * static_cast<size_t>(components_));
+    const bool colourTransform = components_ == 3 && h_.multiComponentTransform;
     const int32_t shift = h_.reversible ? 0 : j2k::FractionBits;
-    // Planes convert in chunks into byte rows, then interleave.
+    // The colour transform, the conversion to bytes and the interleave run
+    // on a copy of a chunk of the planes, in cache; the planes are only read.
     constexpr size_t Chunk = 4096;
+    std::vector<int32_t> samples(3 * Chunk);
     uint8_t bytes[3][Chunk];
     uint8_t* dst = image.pixels.data();
     for (size_t first = 0; first < pixels; first += Chunk) {
         const size_t n = std::min(Chunk, pixels - first);
-        for (int32_t c = 0; c < components_; ++c) {
-            samplesToBytes(planes_[static_cast<size_t>(c)].data() + first, bytes[c], n, shift);
+        int32_t* const chunk[3] = {samples.data(), samples.data() + Chunk,
+                                   samples.data() + 2 * Chunk};
+        for (int32_t c = 0; c < components_; ++c)
+            std::copy(planes_[c] + first, planes_[c] + first + n, chunk[c]);
+        if (colourTransform) {
+            const ZeqiSize size{static_cast<int32_t>(n), 1};
+            const int32_t chunkStep = static_cast<int32_t>(Chunk * sizeof(int32_t));
+            const ZeqStatus s = h_.reversible ? zeqiRCTInv_JPEG2K_32s_P3IR(chunk, chunkStep, size)
+                                              : zeqiICTInv_JPEG2K_32s_P3IR(chunk, chunkStep, size);
+            if (s != StatusOk) return fail(error, "inverse component transform failed");
         }
+        for (int32_t c = 0; c < components_; ++c) samplesToBytes(chunk[c], bytes[c], n, shift);
         if (components_ == 1) {
             std::copy(bytes[0], bytes[0] + n, dst + first);
         } else {

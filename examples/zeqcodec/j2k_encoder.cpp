@@ -7,6 +7,7 @@
 
 #include "zeqcodec/j2k_codec.h"
 #include "zeqcodec/j2k_layout.h"
+#include "zeqcodec/sample_planes.h"
 #include "zeqj.h"
 
 namespace zeqcodec {
@@ -59,7 +60,7 @@ private:
     const zeq::container::Image& image_;
     const J2kEncodeOptions& o_;
     int32_t width_ = 0, height_ = 0, components_ = 0;
-    std::vector<std::vector<int32_t>> planes_;
+    SamplePlanes planes_;
     std::vector<Band> bands_;
     std::vector<J2kQuantStep> steps_;
     std::vector<double> invSteps_;  // coefficient to quantizer index
@@ -79,24 +80,31 @@ private:
 
 bool Encoder::transform(std::string* error) {
     const size_t pixels = static_cast<size_t>(width_) * static_cast<size_t>(height_);
-    planes_.assign(static_cast<size_t>(components_), std::vector<int32_t>(pixels));
+    if (!planes_.allocate(components_, pixels)) return fail(error, "out of memory");
     const uint8_t* px = image_.pixels.data();
     const int32_t scale = o_.lossless ? 1 : 1 << j2k::FractionBits;
-    for (int32_t c = 0; c < components_; ++c) {
-        int32_t* dst = planes_[static_cast<size_t>(c)].data();
-        const uint8_t* src = px + c;
-        for (size_t i = 0; i < pixels; ++i)
-            dst[i] = (static_cast<int32_t>(src[i * static_cast<size_t>(components_)]) - 128) *
-                     scale;
+    const size_t channels = static_cast<size_t>(components_);
+    // The level shift and the colour transform run chunk by chunk, while the
+    // chunk's samples are in cache.
+    constexpr size_t Chunk = 4096;
+    for (size_t first = 0; first < pixels; first += Chunk) {
+        const size_t n = std::min(Chunk, pixels - first);
+        for (int32_t c = 0; c < components_; ++c) {
+            int32_t* dst = planes_[c] + first;
+            const uint8_t* src = px + first * channels + static_cast<size_t>(c);
+            for (size_t i = 0; i < n; ++i)
+                dst[i] = (static_cast<int32_t>(src[i * channels]) - 128) * scale;
+        }
+        if (components_ == 3) {
+            int32_t* const p[3] = {planes_[0] + first, planes_[1] + first, planes_[2] + first};
+            const ZeqiSize size{static_cast<int32_t>(n), 1};
+            const int32_t chunkStep = static_cast<int32_t>(n * sizeof(int32_t));
+            const ZeqStatus s = o_.lossless ? zeqiRCTFwd_JPEG2K_32s_P3IR(p, chunkStep, size)
+                                            : zeqiICTFwd_JPEG2K_32s_P3IR(p, chunkStep, size);
+            if (s != StatusOk) return fail(error, "component transform failed");
+        }
     }
     const int32_t step = width_ * 4;
-    const ZeqiSize size{width_, height_};
-    if (components_ == 3) {
-        int32_t* const p[3] = {planes_[0].data(), planes_[1].data(), planes_[2].data()};
-        const ZeqStatus s = o_.lossless ? zeqiRCTFwd_JPEG2K_32s_P3IR(p, step, size)
-                                        : zeqiICTFwd_JPEG2K_32s_P3IR(p, step, size);
-        if (s != StatusOk) return fail(error, "component transform failed");
-    }
     const ZeqiRect full{0, 0, width_, height_};
     int32_t bufferSize = 0;
     if (o_.lossless)
@@ -104,14 +112,14 @@ bool Encoder::transform(std::string* error) {
     else
         zeqiWTGetBufSize_D97_JPEG2K_32s_C1IR(&full, &bufferSize);
     std::vector<uint8_t> buffer(static_cast<size_t>(bufferSize) + 64);
-    for (auto& plane : planes_) {
+    for (int32_t c = 0; c < components_; ++c) {
+        int32_t* plane = planes_[c];
         for (int32_t level = 1; level <= o_.levels; ++level) {
             const ZeqiRect rect{0, 0, j2k::lowSize(width_, level - 1),
                                 j2k::lowSize(height_, level - 1)};
             const ZeqStatus s =
-                o_.lossless
-                    ? zeqiWTFwd_B53_JPEG2K_32s_C1IR(plane.data(), step, &rect, buffer.data())
-                    : zeqiWTFwd_D97_JPEG2K_32s_C1IR(plane.data(), step, &rect, buffer.data());
+                o_.lossless ? zeqiWTFwd_B53_JPEG2K_32s_C1IR(plane, step, &rect, buffer.data())
+                            : zeqiWTFwd_D97_JPEG2K_32s_C1IR(plane, step, &rect, buffer.data());
             if (s != StatusOk) return fail(error, "wavelet level failed");
         }
     }
@@ -133,7 +141,7 @@ bool Encoder::codeBlocks(std::string* error) {
                   static_cast<size_t>(components_));
     const size_t rowLength = static_cast<size_t>(width_);
     for (int32_t c = 0; c < components_; ++c) {
-        const int32_t* plane = planes_[static_cast<size_t>(c)].data();
+        const int32_t* plane = planes_[c];
         for (size_t b = 0; b < bands_.size(); ++b) {
             const Band& band = bands_[b];
             const double inv = invSteps_[b];
@@ -435,8 +443,7 @@ bool Encoder::run(std::vector<uint8_t>& out, std::string* error) {
         data_.clear();
         if (!codeBlocks(error)) return false;
     }
-    planes_.clear();
-    planes_.shrink_to_fit();
+    planes_.release();
     // Guard bits: enough for the largest block of every band.
     guardBits_ = 1;
     const size_t blocksPerComponent = blocks_.size() / static_cast<size_t>(components_);

@@ -1,0 +1,48 @@
+#include "zeqcodec/sample_planes.h"
+
+#include <sys/mman.h>
+
+#include <cstdlib>
+
+namespace zeqcodec {
+namespace {
+
+// Below this the page faults cost little and the heap may reuse memory.
+constexpr size_t MappedFrom = size_t{1} << 20;
+
+}  // namespace
+
+bool SamplePlanes::allocate(int32_t count, size_t samples) {
+    release();
+    const size_t bytes = static_cast<size_t>(count) * samples * sizeof(int32_t);
+    if (bytes == 0) return true;
+    void* p = nullptr;
+    if (bytes >= MappedFrom) {
+        p = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE,
+                 -1, 0);
+        if (p == MAP_FAILED) p = nullptr;
+        mapped_ = p != nullptr;
+    }
+    if (p == nullptr) p = std::calloc(bytes, 1);
+    if (p == nullptr) return false;
+    base_ = static_cast<int32_t*>(p);
+    bytes_ = bytes;
+    samples_ = samples;
+    count_ = count;
+    return true;
+}
+
+void SamplePlanes::release() {
+    if (base_ != nullptr) {
+        if (mapped_)
+            munmap(base_, bytes_);
+        else
+            std::free(base_);
+    }
+    base_ = nullptr;
+    bytes_ = samples_ = 0;
+    count_ = 0;
+    mapped_ = false;
+}
+
+}  // namespace zeqcodec

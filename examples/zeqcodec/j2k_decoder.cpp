@@ -16,6 +16,7 @@ namespace {
 using j2k::Band;
 using j2k::CodeBlockSize;
 using j2k::fail;
+using j2k::interleaveBytes3;
 using j2k::irreversibleCoefficients;
 using j2k::reversibleCoefficients;
 using j2k::samplesToBytes;
@@ -201,7 +202,10 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
     image.width = width_;
     image.height = height_;
     image.channels = components_;
-    image.pixels.resize(pixels * static_cast<size_t>(components_));
+    const size_t bytesOut = pixels * static_cast<size_t>(components_);
+    image.pixels.reserve(bytesOut);
+    prefaultForWriting(image.pixels.data(), bytesOut);
+    image.pixels.resize(bytesOut);
     const bool colourTransform = components_ == 3 && h_.multiComponentTransform;
     const int32_t shift = h_.reversible ? 0 : j2k::FractionBits;
     // The colour transform, the conversion to bytes and the interleave run
@@ -227,12 +231,7 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
         if (components_ == 1) {
             std::copy(bytes[0], bytes[0] + n, dst + first);
         } else {
-            uint8_t* o = dst + 3 * first;
-            for (size_t i = 0; i < n; ++i) {
-                o[3 * i] = bytes[0][i];
-                o[3 * i + 1] = bytes[1][i];
-                o[3 * i + 2] = bytes[2][i];
-            }
+            interleaveBytes3(bytes[0], bytes[1], bytes[2], dst + 3 * first, n);
         }
     }
     return true;

@@ -79,6 +79,43 @@ inline void samplesToBytes(const int32_t* src, uint8_t* dst, size_t n, int32_t s
     }
 }
 
+// Three byte planes to interleaved triples. Four pixels are widened to
+// dwords (the fourth byte zero), each pair of them squeezed into six bytes
+// of a qword, and the two qwords into twelve bytes; stores of 16 bytes
+// overlap by four, so the vector loop stops 4 bytes short of the end.
+inline void interleaveBytes3(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* dst,
+                             size_t n) {
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i lowPixel = _mm_set1_epi64x(0xFFFFFF);
+    const __m128i highPixel = _mm_set1_epi64x(0xFFFFFF000000);
+    const __m128i lowQword = _mm_set_epi32(0, 0, -1, -1);
+    auto squeeze = [&](__m128i rgb0, uint8_t* out) {
+        const __m128i six = _mm_or_si128(_mm_and_si128(rgb0, lowPixel),
+                                         _mm_and_si128(_mm_srli_epi64(rgb0, 8), highPixel));
+        const __m128i twelve = _mm_or_si128(_mm_and_si128(six, lowQword),
+                                            _mm_srli_si128(_mm_andnot_si128(lowQword, six), 2));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), twelve);
+    };
+    size_t i = 0;
+    for (; 3 * i + 52 <= 3 * n; i += 16) {
+        const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
+        const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
+        const __m128i vc = _mm_loadu_si128(reinterpret_cast<const __m128i*>(c + i));
+        const __m128i abLow = _mm_unpacklo_epi8(va, vb), abHigh = _mm_unpackhi_epi8(va, vb);
+        const __m128i cLow = _mm_unpacklo_epi8(vc, zero), cHigh = _mm_unpackhi_epi8(vc, zero);
+        uint8_t* out = dst + 3 * i;
+        squeeze(_mm_unpacklo_epi16(abLow, cLow), out);
+        squeeze(_mm_unpackhi_epi16(abLow, cLow), out + 12);
+        squeeze(_mm_unpacklo_epi16(abHigh, cHigh), out + 24);
+        squeeze(_mm_unpackhi_epi16(abHigh, cHigh), out + 36);
+    }
+    for (; i < n; ++i) {
+        dst[3 * i] = a[i];
+        dst[3 * i + 1] = b[i];
+        dst[3 * i + 2] = c[i];
+    }
+}
+
 }  // namespace zeqcodec::j2k
 
 #endif

@@ -1,7 +1,9 @@
 #include "zeqcodec/sample_planes.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
+#include <cstdint>
 #include <cstdlib>
 
 namespace zeqcodec {
@@ -43,6 +45,19 @@ void SamplePlanes::release() {
     bytes_ = samples_ = 0;
     count_ = 0;
     mapped_ = false;
+}
+
+void prefaultForWriting(void* p, size_t bytes) {
+#ifdef MADV_POPULATE_WRITE
+    if (bytes < MappedFrom) return;
+    const uintptr_t page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const uintptr_t first = (reinterpret_cast<uintptr_t>(p) + page - 1) & ~(page - 1);
+    const uintptr_t end = (reinterpret_cast<uintptr_t>(p) + bytes) & ~(page - 1);
+    if (end > first) madvise(reinterpret_cast<void*>(first), end - first, MADV_POPULATE_WRITE);
+#else
+    (void)p;
+    (void)bytes;
+#endif
 }
 
 }  // namespace zeqcodec

@@ -34,6 +34,11 @@ private:
     bool mapped_ = false;
 };
 
+// Has the kernel supply the pages of [p, p + bytes) in one call, as the
+// planes above; the first write to each page then takes no fault. Does
+// nothing where the kernel cannot.
+void prefaultForWriting(void* p, size_t bytes);
+
 }  // namespace zeqcodec
 
 #endif

@@ -90,3 +90,21 @@ TEST(J2kSamples, BytesAreTheRoundedShiftedAndClampedSamples) {
 }
 
 }  // namespace
+
+TEST(J2kSamples, InterleavedBytesAreThePlanesInTurn) {
+    for (int i = 0; i < scaledCount(2000); ++i) {
+        auto& rng = seededRng(static_cast<uint32_t>(i));
+        const size_t n = static_cast<size_t>(uniform<int>(rng, 0, 100));
+        std::vector<uint8_t> planes[3];
+        for (auto& p : planes) {
+            p.resize(n);
+            for (auto& v : p) v = static_cast<uint8_t>(uniform<int>(rng, 0, 255));
+        }
+        std::vector<uint8_t> got(3 * n + 8, 0xA5);
+        interleaveBytes3(planes[0].data(), planes[1].data(), planes[2].data(), got.data(), n);
+        for (size_t x = 0; x < n; ++x)
+            for (int c = 0; c < 3; ++c)
+                ASSERT_EQ(got[3 * x + static_cast<size_t>(c)], planes[c][x]) << i << " at " << x;
+        for (size_t k = 3 * n; k < got.size(); ++k) EXPECT_EQ(got[k], 0xA5) << "past the end";
+    }
+}

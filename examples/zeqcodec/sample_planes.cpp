@@ -16,8 +16,9 @@ constexpr size_t MappedFrom = size_t{1} << 20;
 
 bool SamplePlanes::allocate(int32_t count, size_t samples) {
     release();
+    if (count <= 0 || samples == 0) return count >= 0;
+    if (samples > SIZE_MAX / sizeof(int32_t) / static_cast<size_t>(count)) return false;
     const size_t bytes = static_cast<size_t>(count) * samples * sizeof(int32_t);
-    if (bytes == 0) return true;
     void* p = nullptr;
     if (bytes >= MappedFrom) {
         p = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE,

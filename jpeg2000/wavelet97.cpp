@@ -195,8 +195,7 @@ struct Pipeline97<float> {
     using Unlow = FloatScaleLift<GainK, DeltaOverK>;
     static void unhigh(uint8_t* out, const uint8_t* high, const uint8_t* a, const uint8_t* b,
                        int32_t w) {
-        liftRun<FloatScale<InvGainK>>(out, high, high, high, w);
-        liftRun<FloatLift<-1, Gamma>>(out, out, a, b, w);
+        liftRun<FloatScaleLift<InvGainK, Gamma>>(out, high, a, b, w);
     }
     using Unbeta = FloatLift<-1, Beta>;
     using Unalpha = FloatLift<-1, Alpha>;

@@ -111,10 +111,9 @@ struct FloatScheme97 {
         Steps<Step<FloatLift<1, Alpha>, High>, Step<FloatLift<1, Beta>, Low>,
               Step<FloatLift<1, Gamma>, High>, Step<FloatLift<1, Delta>, Low>,
               Step<FloatScale<InvGainK>, Low, Scaling>, Step<FloatScale<GainK>, High, Scaling>>;
-    using Inverse =
-        Steps<Step<FloatScaleLift<GainK, DeltaOverK>, Low>,
-              Step<FloatScale<InvGainK>, High, Scaling>, Step<FloatLift<-1, Gamma>, High>,
-              Step<FloatLift<-1, Beta>, Low>, Step<FloatLift<-1, Alpha>, High>>;
+    using Inverse = Steps<Step<FloatScaleLift<GainK, DeltaOverK>, Low>,
+                          Step<FloatScaleLift<InvGainK, Gamma>, High>,
+                          Step<FloatLift<-1, Beta>, Low>, Step<FloatLift<-1, Alpha>, High>>;
 };
 
 // ---- 9/7 in 2.14 fixed point with 16-bit wrapping (16s whole level) ------
@@ -140,32 +139,34 @@ struct Scheme97Fix14 {
 
 // Every step type with a vector kernel; both runners are instantiated for
 // each (wavelet_steps.cpp, wavelet_steps_sse2.cpp).
-#define ZEQ_WT_FIX16_STEPS(X, St)                                                \
-    X(Fix16Lift<St, Alpha>)                                                      \
-    X(Fix16Lift<St, Beta>)                                                       \
-    X(Fix16Lift<St, Gamma>)                                                      \
-    X(Fix16Lift<St, Delta>)                                                      \
-    X(Fix16Unlift<St, Alpha>)                                                    \
-    X(Fix16Unlift<St, Beta>)                                                     \
-    X(Fix16Unlift<St, Gamma>) X(Fix16Unlift<St, Delta>) X(Fix16Scale<St, GainK>) \
-        X(Fix16Scale<St, InvGainK>) X(Fix16FusedLow<St>) X(Fix16FusedUnlow<St>)  \
-            X(Fix16FusedUnhigh<St>)
+#define ZEQ_WT_FIX16_STEPS(X, St)                                                  \
+    X(Fix16Lift<St, Alpha>)                                                        \
+    X(Fix16Lift<St, Beta>)                                                         \
+    X(Fix16Lift<St, Gamma>)                                                        \
+    X(Fix16Lift<St, Delta>)                                                        \
+    X(Fix16Unlift<St, Alpha>)                                                      \
+    X(Fix16Unlift<St, Beta>)                                                       \
+    X(Fix16Unlift<St, Gamma>)                                                      \
+    X(Fix16Unlift<St, Delta>) X(Fix16Scale<St, GainK>) X(Fix16Scale<St, InvGainK>) \
+        X(Fix16FusedLow<St>) X(Fix16FusedUnlow<St>) X(Fix16FusedUnhigh<St>)
 
-#define ZEQ_WT_FOR_EACH_STEP(X)                                                                    \
-    X(Predict53<Wrap16>)                                                                           \
-    X(Update53<Wrap16>)                                                                            \
-    X(Unpredict53<Wrap16>)                                                                         \
-    X(Unupdate53<Wrap16>)                                                                          \
-    X(Predict53<Wrap32>)                                                                           \
-    X(Update53<Wrap32>)                                                                            \
-    X(Unpredict53<Wrap32>) X(Unupdate53<Wrap32>) ZEQ_WT_FIX16_STEPS(X, Sat16)                      \
-        ZEQ_WT_FIX16_STEPS(X, Wrap32) X(Fix14Lift<Alpha>) X(Fix14Lift<Beta>) X(Fix14Lift<Gamma>)   \
-            X(Fix14Lift<Delta>) X(Fix14Scale<InvGainK>) X(Fix14Scale<GainK>) X(Fix14Unlift<Alpha>) \
-                X(Fix14Unlift<Beta>) X(Fix14Unlift<Gamma>) X(Fix14Unlift<Delta>)                   \
-                    X(FloatLift<1, Alpha>) X(FloatLift<1, Beta>) X(FloatLift<1, Gamma>)            \
-                        X(FloatLift<1, Delta>) X(FloatScale<InvGainK>) X(FloatScale<GainK>)        \
-                            X(FloatScaleLift<GainK, DeltaOverK>) X(FloatLift<-1, Gamma>)           \
-                                X(FloatLift<-1, Beta>) X(FloatLift<-1, Alpha>)
+#define ZEQ_WT_FOR_EACH_STEP(X)                                                             \
+    X(Predict53<Wrap16>)                                                                    \
+    X(Update53<Wrap16>)                                                                     \
+    X(Unpredict53<Wrap16>)                                                                  \
+    X(Unupdate53<Wrap16>)                                                                   \
+    X(Predict53<Wrap32>)                                                                    \
+    X(Update53<Wrap32>)                                                                     \
+    X(Unpredict53<Wrap32>)                                                                  \
+    X(Unupdate53<Wrap32>) ZEQ_WT_FIX16_STEPS(X, Sat16) ZEQ_WT_FIX16_STEPS(X, Wrap32)        \
+        X(Fix14Lift<Alpha>) X(Fix14Lift<Beta>) X(Fix14Lift<Gamma>) X(Fix14Lift<Delta>)      \
+            X(Fix14Scale<InvGainK>) X(Fix14Scale<GainK>) X(Fix14Unlift<Alpha>)              \
+                X(Fix14Unlift<Beta>) X(Fix14Unlift<Gamma>) X(Fix14Unlift<Delta>)            \
+                    X(FloatLift<1, Alpha>) X(FloatLift<1, Beta>) X(FloatLift<1, Gamma>)     \
+                        X(FloatLift<1, Delta>) X(FloatScale<InvGainK>) X(FloatScale<GainK>) \
+                            X(FloatScaleLift<GainK, DeltaOverK>)                            \
+                                X(FloatScaleLift<InvGainK, Gamma>) X(FloatLift<-1, Beta>)   \
+                                    X(FloatLift<-1, Alpha>)
 
 }  // namespace zeq::wt
 

@@ -83,17 +83,23 @@ bool Encoder::transform(std::string* error) {
     if (!planes_.allocate(components_, pixels)) return fail(error, "out of memory");
     const uint8_t* px = image_.pixels.data();
     const int32_t scale = o_.lossless ? 1 : 1 << j2k::FractionBits;
-    const size_t channels = static_cast<size_t>(components_);
+    const size_t channels = static_cast<size_t>(components_);  // 1 or 3
     // The level shift and the colour transform run chunk by chunk, while the
     // chunk's samples are in cache.
     constexpr size_t Chunk = 4096;
     for (size_t first = 0; first < pixels; first += Chunk) {
         const size_t n = std::min(Chunk, pixels - first);
-        for (int32_t c = 0; c < components_; ++c) {
-            int32_t* dst = planes_[c] + first;
-            const uint8_t* src = px + first * channels + static_cast<size_t>(c);
-            for (size_t i = 0; i < n; ++i)
-                dst[i] = (static_cast<int32_t>(src[i * channels]) - 128) * scale;
+        const uint8_t* src = px + first * channels;
+        if (components_ == 3) {
+            int32_t *r = planes_[0] + first, *g = planes_[1] + first, *b = planes_[2] + first;
+            for (size_t i = 0; i < n; ++i, src += 3) {
+                r[i] = (static_cast<int32_t>(src[0]) - 128) * scale;
+                g[i] = (static_cast<int32_t>(src[1]) - 128) * scale;
+                b[i] = (static_cast<int32_t>(src[2]) - 128) * scale;
+            }
+        } else {
+            int32_t* dst = planes_[0] + first;
+            for (size_t i = 0; i < n; ++i) dst[i] = (static_cast<int32_t>(src[i]) - 128) * scale;
         }
         if (components_ == 3) {
             int32_t* const p[3] = {planes_[0] + first, planes_[1] + first, planes_[2] + first};

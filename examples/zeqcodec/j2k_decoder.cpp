@@ -7,6 +7,7 @@
 #include "zeqcodec/j2k_codec.h"
 #include "zeqcodec/j2k_layout.h"
 #include "zeqcodec/j2k_samples.h"
+#include "zeqcodec/j2k_stream_blocks.h"
 #include "zeqcodec/sample_planes.h"
 #include "zeqj.h"
 
@@ -20,16 +21,6 @@ using j2k::interleaveBytes3;
 using j2k::irreversibleCoefficients;
 using j2k::reversibleCoefficients;
 using j2k::samplesToBytes;
-using zeq::container::J2kCodeBlockContribution;
-using zeq::container::J2kHeader;
-using zeq::container::J2kPacketBand;
-
-// Where one code block's segments lie in the codestream.
-struct BlockData {
-    const uint8_t* bytes = nullptr;
-    int32_t planes = 0, passes = 0;
-    size_t firstSegment = 0, segments = 0;
-};
 
 // The largest magnitude handed to an inverse 5/3 level, far above what 8-bit
 // samples produce: one level grows values at most ninefold, so clamping the
@@ -46,67 +37,12 @@ public:
     bool run(const uint8_t* data, size_t size, zeq::container::Image& image, std::string* error);
 
 private:
-    bool readPackets(const uint8_t* packets, size_t size, std::string* error);
     bool decodeBlocks(std::string* error);
     bool inverse(zeq::container::Image& image, std::string* error);
 
-    J2kHeader h_;
-    int32_t width_ = 0, height_ = 0, components_ = 0, levels_ = 0;
-    std::vector<Band> bands_;
-    std::vector<BlockData> blocks_;  // per component, per block in band order
-    std::vector<int32_t> segmentLengths_;
+    j2k::StreamBlocks s_;
     SamplePlanes planes_;
 };
-
-bool Decoder::readPackets(const uint8_t* packets, size_t size, std::string* error) {
-    const size_t blocksPerComponent = static_cast<size_t>(
-        bands_.back().firstBlock + bands_.back().blocksWide * bands_.back().blocksHigh);
-    blocks_.assign(blocksPerComponent * static_cast<size_t>(components_), BlockData{});
-    std::vector<J2kPacketBand> packetBands;
-    size_t pos = 0;
-    for (int32_t r = 0; r <= levels_; ++r) {
-        const size_t firstBand = r == 0 ? 0 : static_cast<size_t>(3 * r - 2);
-        const size_t lastBand = r == 0 ? 0 : static_cast<size_t>(3 * r);
-        for (int32_t c = 0; c < components_; ++c) {
-            packetBands.clear();
-            for (size_t b = firstBand; b <= lastBand; ++b) {
-                J2kPacketBand pb;
-                pb.blocksWide = bands_[b].blocksWide;
-                pb.blocksHigh = bands_[b].blocksHigh;
-                pb.magnitudeBits = zeq::container::j2kMagnitudeBits(h_, static_cast<int32_t>(b));
-                packetBands.push_back(pb);
-            }
-            size_t used = 0;
-            if (pos >= size) return fail(error, "codestream ends before its last packet");
-            if (!zeq::container::readJ2kPacketHeader(packets + pos, size - pos, packetBands,
-                                                     h_.codeBlockStyle, &used, error))
-                return false;
-            pos += used;
-            BlockData* blocks = blocks_.data() + static_cast<size_t>(c) * blocksPerComponent;
-            for (size_t b = firstBand, k = 0; b <= lastBand; ++b, ++k) {
-                const Band& band = bands_[b];
-                for (size_t i = 0; i < packetBands[k].blocks.size(); ++i) {
-                    const J2kCodeBlockContribution& cb = packetBands[k].blocks[i];
-                    if (!cb.included) continue;
-                    BlockData& d = blocks[static_cast<size_t>(band.firstBlock) + i];
-                    size_t bytes = 0;
-                    for (int32_t l : cb.segmentLengths) bytes += static_cast<size_t>(l);
-                    if (bytes > size - pos)
-                        return fail(error, "code-block data runs past the end of the tile");
-                    d.bytes = packets + pos;
-                    d.planes = packetBands[k].magnitudeBits - cb.zeroBitPlanes;
-                    d.passes = cb.passes;
-                    d.firstSegment = segmentLengths_.size();
-                    d.segments = cb.segmentLengths.size();
-                    segmentLengths_.insert(segmentLengths_.end(), cb.segmentLengths.begin(),
-                                           cb.segmentLengths.end());
-                    pos += bytes;
-                }
-            }
-        }
-    }
-    return true;
-}
 
 bool Decoder::decodeBlocks(std::string* error) {
     const ZeqiSize blockSize{CodeBlockSize, CodeBlockSize};
@@ -116,23 +52,24 @@ bool Decoder::decodeBlocks(std::string* error) {
     std::vector<uint8_t> stateBuffer(static_cast<size_t>(stateSize) + 64);
     auto* state = reinterpret_cast<ProgressiveDecodeState*>(stateBuffer.data());
     std::vector<int32_t> block(static_cast<size_t>(CodeBlockSize) * CodeBlockSize);
-    const int32_t flags = zeq::container::j2kFlagsFromStyle(h_.codeBlockStyle);
-    const size_t rowLength = static_cast<size_t>(width_);
-    const size_t blocksPerComponent = blocks_.size() / static_cast<size_t>(components_);
-    const size_t pixels = rowLength * static_cast<size_t>(height_);
-    if (!planes_.allocate(components_, pixels)) return fail(error, "out of memory");
-    for (int32_t c = 0; c < components_; ++c) {
+    const int32_t flags = zeq::container::j2kFlagsFromStyle(s_.header.codeBlockStyle);
+    const size_t rowLength = static_cast<size_t>(s_.width);
+    const size_t blocksPerComponent = s_.blocksPerComponent();
+    const size_t pixels = rowLength * static_cast<size_t>(s_.height);
+    if (!planes_.allocate(s_.components, pixels)) return fail(error, "out of memory");
+    for (int32_t c = 0; c < s_.components; ++c) {
         int32_t* plane = planes_[c];
-        const BlockData* blocks = blocks_.data() + static_cast<size_t>(c) * blocksPerComponent;
-        for (size_t b = 0; b < bands_.size(); ++b) {
-            const Band& band = bands_[b];
+        const j2k::StreamBlock* blocks =
+            s_.blocks.data() + static_cast<size_t>(c) * blocksPerComponent;
+        for (size_t b = 0; b < s_.bands.size(); ++b) {
+            const Band& band = s_.bands[b];
             double step = 1;
-            if (!h_.reversible)
-                step = j2k::stepValue(h_.steps[b], j2k::rangeBits(band.orientation)) *
+            if (!s_.header.reversible)
+                step = j2k::stepValue(s_.header.steps[b], j2k::rangeBits(band.orientation)) *
                        (1 << j2k::FractionBits);
             for (int32_t by = 0; by < band.blocksHigh; ++by) {
                 for (int32_t bx = 0; bx < band.blocksWide; ++bx) {
-                    const BlockData& d =
+                    const j2k::StreamBlock& d =
                         blocks[static_cast<size_t>(band.firstBlock + by * band.blocksWide + bx)];
                     if (d.passes == 0) continue;  // the plane is already zero there
                     const int32_t x0 = bx * CodeBlockSize, y0 = by * CodeBlockSize;
@@ -142,11 +79,11 @@ bool Decoder::decodeBlocks(std::string* error) {
                     // coefficient's mid-point bit below its last decoded plane,
                     // so a block coded down to plane 0 reconstructs half a step
                     // up as well.
-                    const bool midpoints = !h_.reversible && d.planes < 31;
+                    const bool midpoints = !s_.header.reversible && d.planes < 31;
                     const ZeqStatus s = zeqiDecodeCodeBlock_JPEG2K_1u32s_C1R(
                         d.bytes, block.data(), CodeBlockSize * 4, ZeqiSize{w, hgt},
                         j2k::tier1Subband(band.orientation), d.planes + (midpoints ? 1 : 0),
-                        d.passes, segmentLengths_.data() + d.firstSegment,
+                        d.passes, s_.segmentLengths.data() + d.firstSegment,
                         static_cast<int32_t>(d.segments), flags | (midpoints ? KeepDecodedBits : 0),
                         nullptr, state);
                     if (s == StatusCodeBlockCorrupt)
@@ -157,7 +94,7 @@ bool Decoder::decodeBlocks(std::string* error) {
                         const int32_t* src = block.data() + static_cast<size_t>(y) * CodeBlockSize;
                         int32_t* dst = plane + static_cast<size_t>(band.y + y0 + y) * rowLength +
                                        static_cast<size_t>(band.x + x0);
-                        if (h_.reversible)
+                        if (s_.header.reversible)
                             reversibleCoefficients(src, dst, w, ReversibleLimit);
                         else
                             irreversibleCoefficients(src, dst, w, static_cast<float>(unit),
@@ -171,26 +108,27 @@ bool Decoder::decodeBlocks(std::string* error) {
 }
 
 bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
-    const int32_t step = width_ * 4;
-    const ZeqiRect full{0, 0, width_, height_};
+    const int32_t step = s_.width * 4;
+    const ZeqiRect full{0, 0, s_.width, s_.height};
     int32_t bufferSize = 0;
-    if (h_.reversible)
+    if (s_.header.reversible)
         zeqiWTGetBufSize_B53_JPEG2K_32s_C1IR(&full, &bufferSize);
     else
         zeqiWTGetBufSize_D97_JPEG2K_32s_C1IR(&full, &bufferSize);
     std::vector<uint8_t> buffer(static_cast<size_t>(bufferSize) + 64);
-    const size_t pixels = static_cast<size_t>(width_) * static_cast<size_t>(height_);
-    const size_t pixelsPerRow = static_cast<size_t>(width_);
-    for (int32_t c = 0; c < components_; ++c) {
+    const size_t pixels = static_cast<size_t>(s_.width) * static_cast<size_t>(s_.height);
+    const size_t pixelsPerRow = static_cast<size_t>(s_.width);
+    for (int32_t c = 0; c < s_.components; ++c) {
         int32_t* plane = planes_[c];
-        for (int32_t level = levels_; level >= 1; --level) {
-            const ZeqiRect rect{0, 0, j2k::lowSize(width_, level - 1),
-                                j2k::lowSize(height_, level - 1)};
+        for (int32_t level = s_.levels; level >= 1; --level) {
+            const ZeqiRect rect{0, 0, j2k::lowSize(s_.width, level - 1),
+                                j2k::lowSize(s_.height, level - 1)};
             const ZeqStatus s =
-                h_.reversible ? zeqiWTInv_B53_JPEG2K_32s_C1IR(plane, step, &rect, buffer.data())
-                              : zeqiWTInv_D97_JPEG2K_32s_C1IR(plane, step, &rect, buffer.data());
+                s_.header.reversible
+                    ? zeqiWTInv_B53_JPEG2K_32s_C1IR(plane, step, &rect, buffer.data())
+                    : zeqiWTInv_D97_JPEG2K_32s_C1IR(plane, step, &rect, buffer.data());
             if (s != StatusOk) return fail(error, "inverse wavelet level failed");
-            if (h_.reversible && level > 1) {
+            if (s_.header.reversible && level > 1) {
                 for (int32_t y = 0; y < rect.height; ++y) {
                     int32_t* row = plane + static_cast<size_t>(y) * pixelsPerRow;
                     for (int32_t x = 0; x < rect.width; ++x)
@@ -199,15 +137,15 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
             }
         }
     }
-    image.width = width_;
-    image.height = height_;
-    image.channels = components_;
-    const size_t bytesOut = pixels * static_cast<size_t>(components_);
+    image.width = s_.width;
+    image.height = s_.height;
+    image.channels = s_.components;
+    const size_t bytesOut = pixels * static_cast<size_t>(s_.components);
     image.pixels.reserve(bytesOut);
     prefaultForWriting(image.pixels.data(), bytesOut);
     image.pixels.resize(bytesOut);
-    const bool colourTransform = components_ == 3 && h_.multiComponentTransform;
-    const int32_t shift = h_.reversible ? 0 : j2k::FractionBits;
+    const bool colourTransform = s_.components == 3 && s_.header.multiComponentTransform;
+    const int32_t shift = s_.header.reversible ? 0 : j2k::FractionBits;
     // The colour transform, the conversion to bytes and the interleave run
     // on a copy of a chunk of the planes, in cache; the planes are only read.
     constexpr size_t Chunk = 4096;
@@ -218,17 +156,18 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
         const size_t n = std::min(Chunk, pixels - first);
         int32_t* const chunk[3] = {samples.data(), samples.data() + Chunk,
                                    samples.data() + 2 * Chunk};
-        for (int32_t c = 0; c < components_; ++c)
+        for (int32_t c = 0; c < s_.components; ++c)
             std::copy(planes_[c] + first, planes_[c] + first + n, chunk[c]);
         if (colourTransform) {
             const ZeqiSize size{static_cast<int32_t>(n), 1};
             const int32_t chunkStep = static_cast<int32_t>(Chunk * sizeof(int32_t));
-            const ZeqStatus s = h_.reversible ? zeqiRCTInv_JPEG2K_32s_P3IR(chunk, chunkStep, size)
-                                              : zeqiICTInv_JPEG2K_32s_P3IR(chunk, chunkStep, size);
+            const ZeqStatus s = s_.header.reversible
+                                    ? zeqiRCTInv_JPEG2K_32s_P3IR(chunk, chunkStep, size)
+                                    : zeqiICTInv_JPEG2K_32s_P3IR(chunk, chunkStep, size);
             if (s != StatusOk) return fail(error, "inverse component transform failed");
         }
-        for (int32_t c = 0; c < components_; ++c) samplesToBytes(chunk[c], bytes[c], n, shift);
-        if (components_ == 1) {
+        for (int32_t c = 0; c < s_.components; ++c) samplesToBytes(chunk[c], bytes[c], n, shift);
+        if (s_.components == 1) {
             std::copy(bytes[0], bytes[0] + n, dst + first);
         } else {
             interleaveBytes3(bytes[0], bytes[1], bytes[2], dst + 3 * first, n);
@@ -239,20 +178,7 @@ bool Decoder::inverse(zeq::container::Image& image, std::string* error) {
 
 bool Decoder::run(const uint8_t* data, size_t size, zeq::container::Image& image,
                   std::string* error) {
-    const uint8_t* packets = nullptr;
-    size_t packetsSize = 0;
-    if (!zeq::container::parseJ2kCodestream(data, size, h_, &packets, &packetsSize, error))
-        return false;
-    if (h_.precision != j2k::SampleBits || h_.isSigned)
-        return fail(error, "only 8-bit unsigned samples are supported");
-    if (h_.components != 1 && h_.components != 3)
-        return fail(error, "only grey or three-component images are supported");
-    width_ = static_cast<int32_t>(h_.width);
-    height_ = static_cast<int32_t>(h_.height);
-    components_ = h_.components;
-    levels_ = h_.levels;
-    bands_ = j2k::planeBands(width_, height_, levels_);
-    if (!readPackets(packets, packetsSize, error) || !decodeBlocks(error)) return false;
+    if (!j2k::readStreamBlocks(data, size, s_, error) || !decodeBlocks(error)) return false;
     zeq::container::Image decoded;
     if (!inverse(decoded, error)) return false;
     image = std::move(decoded);

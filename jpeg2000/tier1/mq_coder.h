@@ -174,11 +174,11 @@ template <class Sink>
 
 // A context as a run of decisions keeps it: its whole row of the
 // transition table in one 64-bit word (Qe << 16 in bits 0..31, Qe's
-// renormalizing shift in bits 32..39, the context's byte form in bits
-// 40..47), so that one load gives everything a decision needs.
+// renormalizing shift in bits 32..39, the context's byte form in the top
+// byte, one shift away), so that one load gives everything a decision needs.
 constexpr uint64_t mqEncodeRow(int context) {
     return (uint64_t{kMqTransitions[context].qe} << 16) |
-           (uint64_t{kMqTransitions[context].qeShift} << 32) | (uint64_t(context) << 40);
+           (uint64_t{kMqTransitions[context].qeShift} << 32) | (uint64_t(context) << 56);
 }
 
 constexpr std::array<uint64_t, 94> makeMqEncodeRows() {
@@ -213,7 +213,7 @@ template <class Sink>
     const uint64_t current = row;
     const uint32_t qe = static_cast<uint32_t>(current);
     const uint32_t qeShift = static_cast<uint32_t>(current >> 32) & 0xFFu;
-    const uint32_t context = static_cast<uint32_t>(current >> 40) & 0xFFu;
+    const uint32_t context = static_cast<uint32_t>(current >> 56);
     const uint64_t moved = kMqEncodeMoves[2 * context + decision];
     const uint32_t a = highA - qe;
     // A keeps A - Qe and C grows by Qe for an MPS unless A - Qe < Qe, for
@@ -226,7 +226,9 @@ template <class Sink>
     asm("" : "+r"(keep), "+r"(shiftA));
     r.c += (qe & keep) >> 16;
     int shift = keep != 0 ? shiftA : static_cast<int>(qeShift);
-    row = shift != 0 ? moved : current;
+    // The row stays only after an MPS that leaves A - Qe at or above half
+    // the interval: known from the top bit of A - Qe, before the shift.
+    row = static_cast<int32_t>(a & mps) < 0 ? current : moved;
     highA = qe ^ ((qe ^ a) & keep);
     while (__builtin_expect(shift >= r.ct, 0)) {
         highA <<= r.ct;
@@ -252,7 +254,7 @@ template <class Sink>
     for (int i = 0; i < kMqContextCount; ++i) rows[i] = kMqEncodeRows[contexts[i]];
     for (int32_t i = 0; i < count; ++i)
         mqEncodeOnRow(r, highA, rows[labels[i]], decisions[i], sink);
-    for (int i = 0; i < kMqContextCount; ++i) contexts[i] = static_cast<uint8_t>(rows[i] >> 40);
+    for (int i = 0; i < kMqContextCount; ++i) contexts[i] = static_cast<uint8_t>(rows[i] >> 56);
     r.a = highA >> 16;
     registers = r;
 }

@@ -214,7 +214,11 @@ template <class Sink>
     const uint32_t qe = static_cast<uint32_t>(current);
     const uint32_t qeShift = static_cast<uint32_t>(current >> 32) & 0xFFu;
     const uint32_t context = static_cast<uint32_t>(current >> 56);
-    const uint64_t moved = kMqEncodeMoves[2 * context + decision];
+    // Row >> 55 is 2 x context (bit 55 is clear): one shift between the row
+    // and the load of its successor, the decision's part taken before.
+    const uint64_t* moves = kMqEncodeMoves.data() + decision;
+    asm("" : "+r"(moves));  // kept from being folded into the index
+    const uint64_t moved = moves[current >> 55];
     const uint32_t a = highA - qe;
     // A keeps A - Qe and C grows by Qe for an MPS unless A - Qe < Qe, for
     // an LPS only then.

@@ -113,8 +113,10 @@ struct EncodeModel {
             record(0, kRunLabel);
             return -1;
         }
-        int r = 0;
-        while (((w[r] >> plane) & 1) == 0) ++r;
+        // The first row with the bit, without a loop of unpredictable length.
+        uint32_t rows = 0;
+        for (int k = 0; k < 4; ++k) rows |= ((w[k] >> plane) & 1) << k;
+        const int r = __builtin_ctz(rows);
         record(1, kRunLabel);
         record(r >> 1, kUniformLabel);
         record(r & 1, kUniformLabel);

@@ -204,9 +204,8 @@ inline constexpr std::array<uint64_t, 188> kMqEncodeMoves = makeMqEncodeMoves();
 // the row's Qe) so that its renormalizing shift is one leading-zero count.
 // The chain from one decision to the next is what limits a run: through A
 // (a subtraction, the count, one select, the shift) and, in one context,
-// through its row, whose successor is loaded as soon as the row and the
-// decision are known. A decision renormalizes exactly when its shift is not
-// 0, and that picks the row kept.
+// through its row (stored, then loaded by the next decision in the context),
+// whose successor is loaded as soon as the row and the decision are known.
 template <class Sink>
 [[gnu::always_inline]] inline void mqEncodeOnRow(MqEncoderRegisters& r, uint32_t& highA,
                                                  uint64_t& row, uint32_t decision, Sink& sink) {

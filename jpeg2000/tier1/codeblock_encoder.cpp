@@ -113,8 +113,10 @@ struct EncodeModel {
             record(0, kRunLabel);
             return -1;
         }
-        int r = 0;
-        while (((w[r] >> plane) & 1) == 0) ++r;
+        // The first row with the bit, without a loop of unpredictable length.
+        uint32_t rows = 0;
+        for (int k = 0; k < 4; ++k) rows |= ((w[k] >> plane) & 1) << k;
+        const int r = __builtin_ctz(rows);
         record(1, kRunLabel);
         record(r >> 1, kUniformLabel);
         record(r & 1, kUniformLabel);
@@ -325,6 +327,25 @@ struct ByteSink {
         ++total;
     }
 
+    // After `count` bytes went straight into dst[written ..): the checks
+    // put() would have made on them, in order.
+    void wrote(int32_t count) {
+        const uint8_t* bytes = dst + written - total;  // indexed by position
+        const int32_t end = total + count;
+        for (int32_t at = total; nextCheck >= at && nextCheck < end;) {
+            const int32_t position = nextCheck;
+            int32_t k = rec->rateCheckPass;
+            for (; k < rec->readPass && static_cast<int64_t>(rec->passRate[k]) - 1 == position; ++k)
+                if (bytes[position] == 0xFF) --rec->passRate[k];
+            rec->rateCheckPass = k;
+            nextCheck = k < rec->readPass ? static_cast<int32_t>(rec->passRate[k]) - 1 : -1;
+            at = position + 1;
+        }
+        if (count > 0) rec->lastByte = bytes[end - 1];
+        written += count;
+        total = end;
+    }
+
     // After rates were set or lowered: settles those whose last byte is
     // already out, and finds the next byte to wait for.
     void settleRates() {
@@ -337,6 +358,12 @@ struct ByteSink {
         rec->rateCheckPass = k;
         nextCheck = k < rec->readPass ? static_cast<int32_t>(rec->passRate[k]) - 1 : -1;
     }
+};
+
+// Bytes of a run that cannot overflow the caller's buffer.
+struct DirectSink {
+    uint8_t* next;
+    void put(uint8_t b) { *next++ = b; }
 };
 
 // 27 - CT bits beyond the last byte out; the limit is one lower when the
@@ -408,12 +435,21 @@ bool storeBits(CodeBlockEncodeState* s, uint8_t* dst, int32_t* length) {
         } else {
             const uint8_t* labels = rec->labels + rec->readSymbol - rec->readDecision;
             // Runs short enough that the buffer cannot fill before their
-            // last decision: the room is checked per run, not per decision.
+            // last decision write straight into it, the rate checks made on
+            // the run's bytes afterwards; only the last few decisions before
+            // the buffer fills go through the sink byte by byte.
             while (d < n && !out.full()) {
                 const int32_t room = out.capacity - out.written;
-                const int32_t run = std::min(n - d, std::max(1, room / kMqMaxBytesPerDecision));
-                mqEncodeRun(rec->mq, rec->contexts, labels + d, decisions + d, run, out);
-                d += run;
+                if (room >= kMqMaxBytesPerDecision) {
+                    const int32_t run = std::min(n - d, room / kMqMaxBytesPerDecision);
+                    DirectSink direct{dst + out.written};
+                    mqEncodeRun(rec->mq, rec->contexts, labels + d, decisions + d, run, direct);
+                    out.wrote(static_cast<int32_t>(direct.next - (dst + out.written)));
+                    d += run;
+                } else {
+                    mqEncodeRun(rec->mq, rec->contexts, labels + d, decisions + d, 1, out);
+                    ++d;
+                }
             }
         }
         rec->readSymbol += d - rec->readDecision;

@@ -24,20 +24,17 @@ namespace zeq::t1 {
 
 // Significance propagation: every insignificant sample with a significant
 // neighbour, row by row down the column; a row below one that turns
-// significant joins when it is unsettled. Raw passes send the plain sign.
+// significant joins when it is unsettled, so the candidates left at the end
+// are the rows coded. Raw passes send the plain sign.
 template <bool Raw, bool Causal, class Model>
 [[gnu::noinline]] void encodeSignificancePass(const SampleGrid& grid, Model& shared,
                                               const uint8_t* zeroCoding) {
     const SampleGrid g = grid;
     Model m = shared;
-    forEachStripe(g, m, [&](uint32_t* column, uint64_t rows, auto) {
-        const uint32_t* words = m.words;
-        for (int x = 0; x < g.width; ++x, ++column, words += 4) {
-            uint64_t state = loadColumn(column, g.stride);
-            uint64_t candidates = propagationCandidates(state) & rows;
-            if (candidates == 0) continue;
-            const uint64_t unsettled = (unsettledSamples(state) >> 4) & rows;
-            uint64_t coded = 0;
+    forEachPropagationColumn(
+        g, m,
+        [&](int x, uint32_t* column, uint64_t& state, uint64_t candidates, uint64_t unsettled) {
+            const uint32_t* words = m.words + 4 * x;
 #pragma GCC unroll 4
             for (int r = 0; r < 4; ++r) {
                 const uint32_t coding = static_cast<uint32_t>(candidates >> (16 * r + 8)) & 1;
@@ -47,7 +44,6 @@ template <bool Raw, bool Causal, class Model>
                 m.decisions[m.count] = static_cast<uint8_t>(bit);
                 m.labels[m.count] = zeroCoding[half & kNeighbourMask];
                 m.count += static_cast<int32_t>(coding);
-                coded |= uint64_t{coding} << (16 * r + 8);
                 if (coding & bit) {
                     const uint32_t entry =
                         Raw ? static_cast<uint32_t>(kSignFirstLabel) : signEntry(half);
@@ -60,10 +56,8 @@ template <bool Raw, bool Causal, class Model>
                     candidates |= unsettled & ((uint64_t{0x100} << (16 * r)) << 16);
                 }
             }
-            static_assert(kVisited == 0x100 << 5, "candidate marks sit five bits below visited");
-            storeColumn(column, g.stride, state | (coded << 5));
-        }
-    });
+            return candidates;
+        });
     shared = m;
 }
 

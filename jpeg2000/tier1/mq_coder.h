@@ -172,18 +172,93 @@ template <class Sink>
     r.ct -= shift;
 }
 
+// A context as a run of decisions keeps it: its whole row of the
+// transition table in one 64-bit word (Qe << 16 in bits 0..31, Qe's
+// renormalizing shift in bits 32..39, the context's byte form in the top
+// byte, one shift away), so that one load gives everything a decision needs.
+constexpr uint64_t mqEncodeRow(int context) {
+    return (uint64_t{kMqTransitions[context].qe} << 16) |
+           (uint64_t{kMqTransitions[context].qeShift} << 32) | (uint64_t(context) << 56);
+}
+
+constexpr std::array<uint64_t, 94> makeMqEncodeRows() {
+    std::array<uint64_t, 94> t{};
+    for (int i = 0; i < 94; ++i) t[i] = mqEncodeRow(i);
+    return t;
+}
+inline constexpr std::array<uint64_t, 94> kMqEncodeRows = makeMqEncodeRows();
+
+// The row a context moves to when a decision renormalizes, indexed by
+// 2 x context + decision: after an MPS or after an LPS.
+constexpr std::array<uint64_t, 188> makeMqEncodeMoves() {
+    std::array<uint64_t, 188> t{};
+    for (int i = 0; i < 94; ++i)
+        for (int d = 0; d < 2; ++d)
+            t[2 * i + d] =
+                mqEncodeRow(d == (i & 1) ? kMqTransitions[i].afterMps : kMqTransitions[i].afterLps);
+    return t;
+}
+inline constexpr std::array<uint64_t, 188> kMqEncodeMoves = makeMqEncodeMoves();
+
+// mqEncode on a context row, with A kept 16 bits up (`highA`, level with
+// the row's Qe) so that its renormalizing shift is one leading-zero count.
+// The chain from one decision to the next is what limits a run: through A
+// (a subtraction, the count, one select, the shift) and, in one context,
+// through its row (stored, then loaded by the next decision in the context),
+// whose successor is loaded as soon as the row and the decision are known.
+template <class Sink>
+[[gnu::always_inline]] inline void mqEncodeOnRow(MqEncoderRegisters& r, uint32_t& highA,
+                                                 uint64_t& row, uint32_t decision, Sink& sink) {
+    const uint64_t current = row;
+    const uint32_t qe = static_cast<uint32_t>(current);
+    const uint32_t qeShift = static_cast<uint32_t>(current >> 32) & 0xFFu;
+    const uint32_t context = static_cast<uint32_t>(current >> 56);
+    // Row >> 55 is 2 x context (bit 55 is clear): one shift between the row
+    // and the load of its successor, the decision's part taken before.
+    const uint64_t* moves = kMqEncodeMoves.data() + decision;
+    asm("" : "+r"(moves));  // kept from being folded into the index
+    const uint64_t moved = moves[current >> 55];
+    const uint32_t a = highA - qe;
+    // A keeps A - Qe and C grows by Qe for an MPS unless A - Qe < Qe, for
+    // an LPS only then.
+    const uint32_t mps = ((context ^ decision) & 1u) - 1u;
+    uint32_t keep = (0u - static_cast<uint32_t>(a < qe)) ^ mps;
+    int shiftA = __builtin_clz(a);
+    // Hidden from the compiler, which would turn the selects on them into
+    // branches as unpredictable as the data.
+    asm("" : "+r"(keep), "+r"(shiftA));
+    r.c += (qe & keep) >> 16;
+    int shift = keep != 0 ? shiftA : static_cast<int>(qeShift);
+    // The row stays only after an MPS that leaves A - Qe at or above half
+    // the interval: known from the top bit of A - Qe, before the shift.
+    row = static_cast<int32_t>(a & mps) < 0 ? current : moved;
+    highA = qe ^ ((qe ^ a) & keep);
+    while (__builtin_expect(shift >= r.ct, 0)) {
+        highA <<= r.ct;
+        r.c <<= r.ct;
+        shift -= r.ct;
+        mqByteOut(r, sink);
+    }
+    highA <<= shift;
+    r.c <<= shift;
+    r.ct -= shift;
+}
+
 // Codes a run of recorded decisions (decision and context label arrays):
-// the registers and the contexts stay in locals for the whole run, and the
-// sink is entered only at byte-outs.
+// the registers and the context rows stay in locals for the whole run, and
+// the sink is entered only at byte-outs.
 template <class Sink>
 [[gnu::always_inline]] inline void mqEncodeRun(MqEncoderRegisters& registers, uint8_t* contexts,
                                                const uint8_t* labels, const uint8_t* decisions,
                                                int32_t count, Sink& sink) {
     MqEncoderRegisters r = registers;
-    uint8_t cx[kMqContextCount];
-    for (int i = 0; i < kMqContextCount; ++i) cx[i] = contexts[i];
-    for (int32_t i = 0; i < count; ++i) mqEncode(r, cx[labels[i]], decisions[i], sink);
-    for (int i = 0; i < kMqContextCount; ++i) contexts[i] = cx[i];
+    uint32_t highA = r.a << 16;
+    uint64_t rows[kMqContextCount];
+    for (int i = 0; i < kMqContextCount; ++i) rows[i] = kMqEncodeRows[contexts[i]];
+    for (int32_t i = 0; i < count; ++i)
+        mqEncodeOnRow(r, highA, rows[labels[i]], decisions[i], sink);
+    for (int i = 0; i < kMqContextCount; ++i) contexts[i] = static_cast<uint8_t>(rows[i] >> 56);
+    r.a = highA >> 16;
     registers = r;
 }
 

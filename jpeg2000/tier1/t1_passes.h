@@ -139,6 +139,27 @@ inline void codeSignificantSample(const SampleGrid& g, Coder& coder, uint32_t* c
 // alias them) and of the coder (its registers stay out of memory), stripe by
 // stripe, column by column, top to bottom.
 //
+// Walks the stripe columns holding candidates of significance propagation,
+// calling body(x, column, state, candidates, unsettled): the column's state
+// (the body marks samples significant in it), its candidates, and the rows
+// that become candidates when the row above them turns significant (the
+// unsettled ones: coding other rows of the column does not change that).
+// The body returns the rows it coded, which are marked visited.
+template <class Coder, class Body>
+inline void forEachPropagationColumn(const SampleGrid& g, Coder& coder, Body&& body) {
+    static_assert(kVisited == 0x100 << 5, "candidate marks sit five bits below visited");
+    forEachStripe(g, coder, [&](uint32_t* column, uint64_t rows, auto) {
+        for (int x = 0; x < g.width; ++x, ++column) {
+            uint64_t state = loadColumn(column, g.stride);
+            const uint64_t candidates = propagationCandidates(state) & rows;
+            if (candidates == 0) continue;
+            const uint64_t unsettled = (unsettledSamples(state) >> 4) & rows;
+            const uint64_t coded = body(x, column, state, candidates, unsettled);
+            storeColumn(column, g.stride, state | (coded << 5));
+        }
+    });
+}
+
 // Significance propagation: every insignificant sample with a significant
 // neighbour.
 template <bool Raw, bool Causal, class Coder>
@@ -146,15 +167,9 @@ template <bool Raw, bool Causal, class Coder>
                                         const uint8_t* zeroCoding) {
     const SampleGrid g = grid;
     Coder coder = shared;
-    forEachStripe(g, coder, [&](uint32_t* column, uint64_t rows, auto) {
-        for (int x = 0; x < g.width; ++x, ++column) {
-            uint64_t state = loadColumn(column, g.stride);
-            uint64_t candidates = propagationCandidates(state) & rows;
-            if (candidates == 0) continue;
-            // Rows that become candidates when the row above them turns
-            // significant: the unsettled ones (coding other rows of the column
-            // does not change that).
-            const uint64_t unsettled = (unsettledSamples(state) >> 4) & rows;
+    forEachPropagationColumn(
+        g, coder,
+        [&](int x, uint32_t* column, uint64_t& state, uint64_t candidates, uint64_t unsettled) {
             uint64_t coded = candidates;  // every candidate is coded, hence visited
             do {
                 const uint64_t mark = candidates & (0 - candidates);
@@ -168,10 +183,8 @@ template <bool Raw, bool Causal, class Coder>
                     coded |= below;
                 }
             } while (candidates != 0);
-            static_assert(kVisited == 0x100 << 5, "candidate marks sit five bits below visited");
-            storeColumn(column, g.stride, state | (coded << 5));
-        }
-    });
+            return coded;
+        });
     shared = coder;
 }
 

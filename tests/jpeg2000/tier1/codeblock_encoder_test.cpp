@@ -175,4 +175,30 @@ TEST(CodeBlockEncoder, ChunksOfAnySizeGiveTheBytesOfOneCall) {
     }
 }
 
+// A pass rate never ends just after a 0xFF byte: the one that would is
+// lowered by a byte. Whole-buffer calls make that check on a run's bytes
+// after writing them, one-byte chunks byte by byte; both lower the same
+// rates, and the dense blocks here meet such rates.
+TEST(CodeBlockEncoder, RatesEndingOnAnFFByteAreLoweredAlikeForAnyChunkSize) {
+    EncoderHandle enc({64, 64});
+    int lowered = 0;
+    for (int i = 0; i < scaledCount(300); ++i) {
+        auto& rng = seededRng(static_cast<uint32_t>(i));
+        const Block b = randomBlock(rng, 64, 64, uniform<int>(rng, 12, 24));
+        const int32_t flags = uniform<int>(rng, 0, 63) & ~4, term = uniform<int>(rng, 0, 2);
+        const Encoded whole = encode(enc.state, b, 0, flags, term);
+        const Encoded bytewise = encode(enc.state, b, 0, flags, term, 1);
+        ASSERT_EQ(bytewise.bytes, whole.bytes) << i;
+        ASSERT_EQ(bytewise.rates, whole.rates) << i;
+        for (uint32_t rate : whole.rates) {
+            ASSERT_LE(rate, whole.bytes.size()) << i;
+            if (rate > 0) {
+                ASSERT_NE(whole.bytes[rate - 1], 0xFF) << i;
+            }
+            lowered += rate < whole.bytes.size() && whole.bytes[rate] == 0xFF;
+        }
+    }
+    EXPECT_GT(lowered, 0);
+}
+
 }  // namespace

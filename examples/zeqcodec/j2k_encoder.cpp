@@ -249,6 +249,9 @@ J2kCodeBlockContribution Encoder::contribution(const CodedBlock& b, uint8_t styl
 
 std::vector<uint8_t> Encoder::packets(uint8_t style) const {
     std::vector<uint8_t> out;
+    // Every body byte at most, plus a few header bytes per block.
+    out.reserve(data_.size() + 16 * blocks_.size() + 1024);
+    prefaultForWriting(out.data(), out.capacity());
     const size_t blocksPerComponent = blocks_.size() / static_cast<size_t>(components_);
     std::vector<J2kPacketBand> packetBands;
     for (int32_t r = 0; r <= o_.levels; ++r) {

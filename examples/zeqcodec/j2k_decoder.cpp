@@ -41,7 +41,7 @@ private:
     bool inverse(zeq::container::Image& image, std::string* error);
 
     j2k::StreamBlocks s_;
-    SamplePlanes planes_;
+    SamplePlanes<int32_t> planes_;
 };
 
 bool Decoder::decodeBlocks(std::string* error) {

@@ -27,6 +27,65 @@ constexpr double MinimumBaseStep = 1.0 / 16;
 // Bit planes the tier-1 coder handles.
 constexpr int32_t MaximumMagnitudeBits = 31;
 
+// Lossless planes of 8-bit samples fit 16 bits up to this many levels: RCT
+// leaves magnitudes up to 255, each 5/3 pass grows them at most 1.5-fold
+// (low) or 2-fold (high), so the level-5 HH band stays below
+// 255 x 2.25^4 x 4 = 26,200.
+constexpr int32_t MaxShortLevels = 5;
+
+// The library's forward colour transforms and wavelet levels by sample type:
+// 16-bit samples are lossless only.
+bool forwardColourTransform(int16_t* const p[3], int32_t step, ZeqiSize size, bool) {
+    return zeqiRCTFwd_JPEG2K_16s_P3IR(p, step, size) == StatusOk;
+}
+bool forwardColourTransform(int32_t* const p[3], int32_t step, ZeqiSize size, bool lossless) {
+    return (lossless ? zeqiRCTFwd_JPEG2K_32s_P3IR(p, step, size)
+                     : zeqiICTFwd_JPEG2K_32s_P3IR(p, step, size)) == StatusOk;
+}
+template <class T>
+size_t forwardWaveletBufferSize(const ZeqiRect& tile, bool lossless) {
+    int32_t size = 0;
+    if (sizeof(T) == 2)
+        zeqiWTGetBufSize_B53_JPEG2K_16s_C1IR(&tile, &size);
+    else if (lossless)
+        zeqiWTGetBufSize_B53_JPEG2K_32s_C1IR(&tile, &size);
+    else
+        zeqiWTGetBufSize_D97_JPEG2K_32s_C1IR(&tile, &size);
+    return static_cast<size_t>(size);
+}
+bool forwardWaveletLevel(int16_t* plane, int32_t step, const ZeqiRect& rect, uint8_t* buffer,
+                         bool) {
+    return zeqiWTFwd_B53_JPEG2K_16s_C1IR(plane, step, &rect, buffer) == StatusOk;
+}
+bool forwardWaveletLevel(int32_t* plane, int32_t step, const ZeqiRect& rect, uint8_t* buffer,
+                         bool lossless) {
+    return (lossless ? zeqiWTFwd_B53_JPEG2K_32s_C1IR(plane, step, &rect, buffer)
+                     : zeqiWTFwd_D97_JPEG2K_32s_C1IR(plane, step, &rect, buffer)) == StatusOk;
+}
+
+// One block of a plane to the coder's sign-magnitude words, quantized by
+// `inverseStep` on the 9/7 path.
+template <class T>
+void blockToSignMagnitude(const T* src, size_t rowLength, int32_t w, int32_t h, bool lossless,
+                          float inverseStep, int32_t* dst) {
+    for (int32_t y = 0; y < h; ++y, src += rowLength, dst += CodeBlockSize) {
+        if (lossless) {
+            for (int32_t x = 0; x < w; ++x) {
+                const int32_t v = src[x];
+                const uint32_t m = static_cast<uint32_t>(v < 0 ? -v : v);
+                dst[x] = static_cast<int32_t>(m | (v < 0 ? 0x80000000u : 0u));
+            }
+        } else {
+            for (int32_t x = 0; x < w; ++x) {
+                const int32_t v = src[x];
+                const float a = static_cast<float>(v < 0 ? -v : v) * inverseStep;
+                const uint32_t m = static_cast<uint32_t>(a);
+                dst[x] = static_cast<int32_t>(m | (v < 0 && m ? 0x80000000u : 0u));
+            }
+        }
+    }
+}
+
 struct EncoderStateDeleter {
     void operator()(CodeBlockEncodeState* s) const { zeqiEncodeFree_JPEG2K(s); }
 };
@@ -50,6 +109,8 @@ public:
 
 private:
     bool transform(std::string* error);
+    template <class T>
+    bool transformPlanes(SamplePlanes<T>& planes, std::string* error);
     bool codeBlocks(std::string* error);
     void chooseTruncation(size_t bodyBudget);
     size_t keptBytes(double slope) const;
@@ -60,7 +121,11 @@ private:
     const zeq::container::Image& image_;
     const J2kEncodeOptions& o_;
     int32_t width_ = 0, height_ = 0, components_ = 0;
-    SamplePlanes planes_;
+    // Lossless planes of up to MaxShortLevels levels hold 16-bit samples,
+    // the others 32-bit ones.
+    bool shortSamples_ = false;
+    SamplePlanes<int16_t> shortPlanes_;
+    SamplePlanes<int32_t> planes_;
     std::vector<Band> bands_;
     std::vector<J2kQuantStep> steps_;
     std::vector<double> invSteps_;  // coefficient to quantizer index
@@ -79,8 +144,14 @@ private:
 };
 
 bool Encoder::transform(std::string* error) {
+    shortSamples_ = o_.lossless && o_.levels <= MaxShortLevels;
+    return shortSamples_ ? transformPlanes(shortPlanes_, error) : transformPlanes(planes_, error);
+}
+
+template <class T>
+bool Encoder::transformPlanes(SamplePlanes<T>& planes, std::string* error) {
     const size_t pixels = static_cast<size_t>(width_) * static_cast<size_t>(height_);
-    if (!planes_.allocate(components_, pixels)) return fail(error, "out of memory");
+    if (!planes.allocate(components_, pixels)) return fail(error, "out of memory");
     const uint8_t* px = image_.pixels.data();
     const int32_t scale = o_.lossless ? 1 : 1 << j2k::FractionBits;
     const size_t channels = static_cast<size_t>(components_);  // 1 or 3
@@ -91,42 +162,31 @@ bool Encoder::transform(std::string* error) {
         const size_t n = std::min(Chunk, pixels - first);
         const uint8_t* src = px + first * channels;
         if (components_ == 3) {
-            int32_t *r = planes_[0] + first, *g = planes_[1] + first, *b = planes_[2] + first;
+            T *r = planes[0] + first, *g = planes[1] + first, *b = planes[2] + first;
             for (size_t i = 0; i < n; ++i, src += 3) {
-                r[i] = (static_cast<int32_t>(src[0]) - 128) * scale;
-                g[i] = (static_cast<int32_t>(src[1]) - 128) * scale;
-                b[i] = (static_cast<int32_t>(src[2]) - 128) * scale;
+                r[i] = static_cast<T>((static_cast<int32_t>(src[0]) - 128) * scale);
+                g[i] = static_cast<T>((static_cast<int32_t>(src[1]) - 128) * scale);
+                b[i] = static_cast<T>((static_cast<int32_t>(src[2]) - 128) * scale);
             }
-        } else {
-            int32_t* dst = planes_[0] + first;
-            for (size_t i = 0; i < n; ++i) dst[i] = (static_cast<int32_t>(src[i]) - 128) * scale;
-        }
-        if (components_ == 3) {
-            int32_t* const p[3] = {planes_[0] + first, planes_[1] + first, planes_[2] + first};
+            T* const p[3] = {planes[0] + first, planes[1] + first, planes[2] + first};
             const ZeqiSize size{static_cast<int32_t>(n), 1};
-            const int32_t chunkStep = static_cast<int32_t>(n * sizeof(int32_t));
-            const ZeqStatus s = o_.lossless ? zeqiRCTFwd_JPEG2K_32s_P3IR(p, chunkStep, size)
-                                            : zeqiICTFwd_JPEG2K_32s_P3IR(p, chunkStep, size);
-            if (s != StatusOk) return fail(error, "component transform failed");
+            if (!forwardColourTransform(p, static_cast<int32_t>(n * sizeof(T)), size, o_.lossless))
+                return fail(error, "component transform failed");
+        } else {
+            T* dst = planes[0] + first;
+            for (size_t i = 0; i < n; ++i)
+                dst[i] = static_cast<T>((static_cast<int32_t>(src[i]) - 128) * scale);
         }
     }
-    const int32_t step = width_ * 4;
+    const int32_t step = width_ * static_cast<int32_t>(sizeof(T));
     const ZeqiRect full{0, 0, width_, height_};
-    int32_t bufferSize = 0;
-    if (o_.lossless)
-        zeqiWTGetBufSize_B53_JPEG2K_32s_C1IR(&full, &bufferSize);
-    else
-        zeqiWTGetBufSize_D97_JPEG2K_32s_C1IR(&full, &bufferSize);
-    std::vector<uint8_t> buffer(static_cast<size_t>(bufferSize) + 64);
+    std::vector<uint8_t> buffer(forwardWaveletBufferSize<T>(full, o_.lossless) + 64);
     for (int32_t c = 0; c < components_; ++c) {
-        int32_t* plane = planes_[c];
         for (int32_t level = 1; level <= o_.levels; ++level) {
             const ZeqiRect rect{0, 0, j2k::lowSize(width_, level - 1),
                                 j2k::lowSize(height_, level - 1)};
-            const ZeqStatus s =
-                o_.lossless ? zeqiWTFwd_B53_JPEG2K_32s_C1IR(plane, step, &rect, buffer.data())
-                            : zeqiWTFwd_D97_JPEG2K_32s_C1IR(plane, step, &rect, buffer.data());
-            if (s != StatusOk) return fail(error, "wavelet level failed");
+            if (!forwardWaveletLevel(planes[c], step, rect, buffer.data(), o_.lossless))
+                return fail(error, "wavelet level failed");
         }
     }
     return true;
@@ -147,7 +207,6 @@ bool Encoder::codeBlocks(std::string* error) {
                   static_cast<size_t>(components_));
     const size_t rowLength = static_cast<size_t>(width_);
     for (int32_t c = 0; c < components_; ++c) {
-        const int32_t* plane = planes_[c];
         for (size_t b = 0; b < bands_.size(); ++b) {
             const Band& band = bands_[b];
             const double inv = invSteps_[b];
@@ -162,28 +221,14 @@ bool Encoder::codeBlocks(std::string* error) {
                     const int32_t x0 = bx * CodeBlockSize, y0 = by * CodeBlockSize;
                     const int32_t w = std::min(CodeBlockSize, band.width - x0);
                     const int32_t h = std::min(CodeBlockSize, band.height - y0);
-                    // Two's complement to sign-magnitude, quantized on the 9/7 path.
-                    for (int32_t y = 0; y < h; ++y) {
-                        const int32_t* src = plane +
-                                             static_cast<size_t>(band.y + y0 + y) * rowLength +
-                                             static_cast<size_t>(band.x + x0);
-                        int32_t* dst = block.data() + static_cast<size_t>(y) * CodeBlockSize;
-                        if (o_.lossless) {
-                            for (int32_t x = 0; x < w; ++x) {
-                                const int32_t v = src[x];
-                                const uint32_t m = static_cast<uint32_t>(v < 0 ? -v : v);
-                                dst[x] = static_cast<int32_t>(m | (v < 0 ? 0x80000000u : 0u));
-                            }
-                        } else {
-                            const float fi = static_cast<float>(inv);
-                            for (int32_t x = 0; x < w; ++x) {
-                                const int32_t v = src[x];
-                                const float a = static_cast<float>(v < 0 ? -v : v) * fi;
-                                const uint32_t m = static_cast<uint32_t>(a);
-                                dst[x] = static_cast<int32_t>(m | (v < 0 && m ? 0x80000000u : 0u));
-                            }
-                        }
-                    }
+                    const size_t first = static_cast<size_t>(band.y + y0) * rowLength +
+                                         static_cast<size_t>(band.x + x0);
+                    if (shortSamples_)
+                        blockToSignMagnitude(shortPlanes_[c] + first, rowLength, w, h, true, 1.0f,
+                                             block.data());
+                    else
+                        blockToSignMagnitude(planes_[c] + first, rowLength, w, h, o_.lossless,
+                                             static_cast<float>(inv), block.data());
                     int32_t planes = 0, passes = 0, segments = 0;
                     if (zeqiEncodeLoadCodeBlock_JPEG2K_32s_C1R(
                             block.data(), CodeBlockSize * 4, ZeqiSize{w, h}, state.get(),
@@ -453,6 +498,7 @@ bool Encoder::run(std::vector<uint8_t>& out, std::string* error) {
         if (!codeBlocks(error)) return false;
     }
     planes_.release();
+    shortPlanes_.release();
     // Guard bits: enough for the largest block of every band.
     guardBits_ = 1;
     const size_t blocksPerComponent = blocks_.size() / static_cast<size_t>(components_);

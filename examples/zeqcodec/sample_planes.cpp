@@ -14,11 +14,9 @@ constexpr size_t MappedFrom = size_t{1} << 20;
 
 }  // namespace
 
-bool SamplePlanes::allocate(int32_t count, size_t samples) {
+bool PlaneMemory::allocate(size_t bytes) {
     release();
-    if (count <= 0 || samples == 0) return count >= 0;
-    if (samples > SIZE_MAX / sizeof(int32_t) / static_cast<size_t>(count)) return false;
-    const size_t bytes = static_cast<size_t>(count) * samples * sizeof(int32_t);
+    if (bytes == 0) return true;
     void* p = nullptr;
     if (bytes >= MappedFrom) {
         p = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE,
@@ -28,14 +26,12 @@ bool SamplePlanes::allocate(int32_t count, size_t samples) {
     }
     if (p == nullptr) p = std::calloc(bytes, 1);
     if (p == nullptr) return false;
-    base_ = static_cast<int32_t*>(p);
+    base_ = p;
     bytes_ = bytes;
-    samples_ = samples;
-    count_ = count;
     return true;
 }
 
-void SamplePlanes::release() {
+void PlaneMemory::release() {
     if (base_ != nullptr) {
         if (mapped_)
             munmap(base_, bytes_);
@@ -43,8 +39,7 @@ void SamplePlanes::release() {
             std::free(base_);
     }
     base_ = nullptr;
-    bytes_ = samples_ = 0;
-    count_ = 0;
+    bytes_ = 0;
     mapped_ = false;
 }
 

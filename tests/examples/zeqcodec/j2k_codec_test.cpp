@@ -61,6 +61,38 @@ TEST(J2kCodec, LosslessOutputOfEveryFlagAndLevelDecodesExactlyHereAndInOpenJpeg)
     }
 }
 
+// Full-swing images push the coefficients toward the largest the lossless
+// path can hold: 16-bit planes up to five levels, 32-bit ones beyond.
+TEST(J2kCodec, FullSwingImagesStayExactAtEveryLevelCount) {
+    auto& rng = zeq::test::seededRng(11);
+    for (int pattern = 0; pattern < 3; ++pattern) {
+        Image image;
+        image.width = 300;
+        image.height = 280;
+        image.channels = 3;
+        image.pixels.resize(size_t{300} * 280 * 3);
+        for (size_t i = 0; i < image.pixels.size(); ++i) {
+            const size_t x = i / 3 % 300, y = i / 900, c = i % 3;
+            const bool on = pattern == 0   ? zeq::test::uniform<int>(rng, 0, 1) == 1
+                            : pattern == 1 ? ((x + y) & 1) != (c == 1)
+                                           : ((x / 2 + y / 2) & 1) == (c != 2);
+            image.pixels[i] = on ? 255 : 0;
+        }
+        for (int32_t levels : {1, 5, 6, 8}) {
+            SCOPED_TRACE("pattern " + std::to_string(pattern) + " levels " +
+                         std::to_string(levels));
+            std::vector<uint8_t> cs;
+            std::string error;
+            ASSERT_TRUE(encodeJ2k(image, withFlags(0, levels), cs, &error)) << error;
+            Image ours, theirs;
+            ASSERT_TRUE(decodeJ2k(cs.data(), cs.size(), ours, &error)) << error;
+            EXPECT_EQ(ours.pixels, image.pixels);
+            ASSERT_TRUE(openjpegDecode(cs, theirs));
+            EXPECT_EQ(theirs.pixels, image.pixels);
+        }
+    }
+}
+
 TEST(J2kCodec, LossyOutputDecodesToTheSamePsnrHereAndInOpenJpeg) {
     const Size sizes[] = {{1, 1}, {17, 9}, {65, 3}, {97, 131}, {256, 200}};
     for (const Size& size : sizes) {

@@ -10,7 +10,7 @@
 
 namespace {
 
-using zeqcodec::SamplePlanes;
+using SamplePlanes = zeqcodec::SamplePlanes<int32_t>;
 
 TEST(SamplePlanes, PlanesAreZeroedSeparateAndWritable) {
     const size_t sizes[] = {2, 1000, (size_t{1} << 20) + 3};  // heap, heap, mapped

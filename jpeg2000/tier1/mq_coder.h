@@ -432,28 +432,50 @@ struct MqShifted {
     return d;
 }
 
+// The rows a context moves to, four per row: [4 x row + step] is the row
+// after a decision that renormalizes (step 1 after an MPS, 2 after an LPS)
+// or not (0, and the unused 3).
+constexpr std::array<MqDecodeContext, 4 * 94> makeMqDecodeSteps() {
+    std::array<MqDecodeContext, 4 * 94> t{};
+    for (int i = 0; i < 94; ++i) {
+        const MqDecodeContext& row = kMqDecodeContexts[static_cast<unsigned>(i)];
+        t[4 * i] = t[4 * i + 3] = row;
+        t[4 * i + 1] = kMqDecodeContexts[row.afterMps];
+        t[4 * i + 2] = kMqDecodeContexts[row.afterLps];
+    }
+    return t;
+}
+inline constexpr std::array<MqDecodeContext, 4 * 94> kMqDecodeSteps = makeMqDecodeSteps();
+
 // The same decision without a data-dependent branch: both intervals are
-// formed and the outcome selected, and the renormalization shift is 0 when
-// none is due. Slower than mqDecode where the MPS is the likely outcome,
-// but decisions near even odds (refinement bits, signs, the low planes of a
-// lossless block) would mispredict every other branch there.
+// formed and the outcome selected (conditional moves), and the
+// renormalization shift is 0 when none is due. Slower than mqDecode where
+// the MPS is the likely outcome, but decisions near even odds (refinement
+// bits, signs, the low planes of a lossless block) would mispredict every
+// other branch there.
 [[gnu::always_inline]] inline int mqDecodeEven(MqDecoderCursor& r, MqDecodeContext& context) {
-    const uint32_t qe = context.qe;
-    const uint32_t rest = r.a - qe;
-    uint32_t low = r.c < qe;  // the code value lies in the lower (Qe) interval
-    uint32_t lps = low ^ static_cast<uint32_t>(rest < qe);
-    // The compiler would turn the selections below back into branches on
-    // these conditions; hidden from it, they stay arithmetic.
-    asm("" : "+r"(low), "+r"(lps));
-    const uint32_t lowMask = 0 - low;
-    // An LPS always renormalizes: the step is 0, 1 (MPS) or 2 (LPS).
-    const uint32_t step = (low | ((rest >> 31) ^ 1)) + lps;
-    const int d = context.mps ^ static_cast<int>(lps);
-    r.c -= qe & ~lowMask;
-    r.a = (qe & lowMask) | (rest & ~lowMask);
-    context = kMqDecodeContexts[context.next(step)];
+    const MqDecodeContext cx = context;
+    const uint32_t rest = r.a - cx.qe;
+    // low: the code value lies in the lower (Qe) interval, which then
+    // becomes A while C stays; else A - Qe remains and C drops by Qe. As
+    // likely as not, so the selections are conditional moves: left to
+    // itself, the compiler turns them into a branch.
+    uint32_t a = rest;
+    uint32_t c = r.c - cx.qe;
+    bool low;
+    asm("cmpl %[qe], %[c0]\n\t"
+        "cmovbl %[qe], %[a]\n\t"
+        "cmovbl %[c0], %[c]"
+        : [a] "+r"(a), [c] "+r"(c), "=@ccb"(low)
+        : [qe] "r"(cx.qe), [c0] "r"(r.c));
+    r.c = c;
+    const uint32_t lps = static_cast<uint32_t>(low) ^ static_cast<uint32_t>(rest < cx.qe);
+    // A below half the interval renormalizes; an LPS always does.
+    const uint32_t step = ((a >> 31) ^ 1) + lps;
+    context = kMqDecodeSteps[4u * cx.self + step];
+    r.a = a;
     mqRenormalize(r);
-    return d;
+    return cx.mps ^ static_cast<int>(lps);
 }
 
 // One decision with the context in its record form (a row index).

@@ -133,6 +133,19 @@ template <bool Raw, bool Causal, const ZeroCodingTable& ZeroCoding, class Source
 
 // ---- Magnitude refinement ----------------------------------------------------
 
+// The refinement of the sample at row r of a stripe column: bits above the
+// plane kept, the plane's bit decoded, the mid-point bit below it.
+template <class Source>
+[[gnu::always_inline]] inline void decodeRefinement(Source& source, const CoefficientPlane& out,
+                                                    uint8_t* coefficients, uint64_t labels, int r) {
+    const int bit =
+        source.decideEven(kRefineFirstLabel + static_cast<int>((labels >> (16 * r)) & 3));
+    uint8_t* row = coefficients + out.rowOffset[r];
+    const uint32_t v = loadElement<uint32_t>(row, 0);
+    storeElement<uint32_t>(
+        row, 0, (v & out.maskAbove) | out.half | (out.planeBit & (0u - static_cast<uint32_t>(bit))));
+}
+
 template <class Source>
 [[gnu::noinline]] void decodeRefinementPass(const SampleGrid g, Source& shared,
                                             const CoefficientPlane out) {
@@ -143,19 +156,21 @@ template <class Source>
             const uint64_t refined = refinementCandidates(state) & column.rows;
             if (refined == 0) return;
             // Refinement changes no neighbourhood: every row reads the state
-            // the column had when the pass reached it. The rows are found
-            // one by one from the mask (one loop exit per column to predict,
-            // not a branch per row).
+            // the column had when the pass reached it.
             const uint64_t labels = refinementLabelOffsets(state);
-            for (uint64_t left = refined; left != 0; left &= left - 1) {
-                const int shift = __builtin_ctzll(left) & ~15;  // 16 x row
-                const int bit =
-                    source.decideEven(kRefineFirstLabel + static_cast<int>((labels >> shift) & 3));
-                uint8_t* row = column.coefficients + out.rowOffset[shift >> 4];
-                const uint32_t v = loadElement<uint32_t>(row, 0);
-                storeElement<uint32_t>(row, 0,
-                                       (v & out.maskAbove) | out.half |
-                                           (out.planeBit & (0u - static_cast<uint32_t>(bit))));
+            if (refined == kEveryHalf(kSignificant)) {
+                // All four rows, the common case of the low planes: straight
+                // code, no search for the rows.
+                decodeRefinement(source, out, column.coefficients, labels, 0);
+                decodeRefinement(source, out, column.coefficients, labels, 1);
+                decodeRefinement(source, out, column.coefficients, labels, 2);
+                decodeRefinement(source, out, column.coefficients, labels, 3);
+            } else {
+                // The rows found one by one from the mask: one loop exit per
+                // column to predict, not a branch per row.
+                for (uint64_t left = refined; left != 0; left &= left - 1)
+                    decodeRefinement(source, out, column.coefficients, labels,
+                                     __builtin_ctzll(left) >> 4);
             }
             static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above");
             storeColumn(column.words, g.stride, state | (refined << 2));
@@ -173,9 +188,11 @@ template <bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
         g, out, [&](DecodeColumn column, auto full) __attribute__((always_inline)) {
             constexpr bool F = decltype(full)::value;
             const uint64_t loaded = loadColumn(column.words, g.stride);
-            uint64_t state = loaded;
+            // The plane's visited marks go as the column is passed: no
+            // sample's decoding reads those of another column.
+            uint64_t state = loaded & ~kEveryHalf(kVisited);
             uint64_t candidates;
-            if (F && state == 0) {
+            if (F && loaded == 0) {
                 // Run mode: one decision for the four rows, then the row of
                 // the first significant one and its sign; the rows below it
                 // continue in normal mode.
@@ -187,8 +204,11 @@ template <bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
                                                     out.midpoint, state, 0, r);
                 candidates = kEveryHalf(kSignificant) & rowsBelow(r);
             } else {
-                candidates = unsettledSamples(state) & column.rows;
-                if (candidates == 0) return;
+                candidates = unsettledSamples(loaded) & column.rows;
+                if (candidates == 0) {
+                    if (state != loaded) storeColumn(column.words, g.stride, state);
+                    return;
+                }
             }
             for (; candidates != 0; candidates &= candidates - 1) {
                 const int shift = __builtin_ctzll(candidates) & ~15;  // 16 x row
@@ -200,12 +220,6 @@ template <bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
             }
             if (state != loaded) storeColumn(column.words, g.stride, state);
         });
-    // The visited marks go at the end, all at once: no sample's decoding
-    // reads those of another column.
-    for (int32_t y = 0; y < (g.height + 1) / 2; ++y) {
-        uint32_t* row = g.words + y * g.stride;
-        for (int32_t x = 0; x < g.width; ++x) row[x] &= ~kBothHalves(kVisited);
-    }
     shared = source;
 }
 

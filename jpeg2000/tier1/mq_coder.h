@@ -332,23 +332,30 @@ inline uint32_t segmentByte(const MqDecoderRegisters& r, int32_t i) {
 }
 
 // Appends the next byte to C (eight bits, seven after a 0xFF); from a marker
-// (0xFF then a byte above 0x8F) on, 1 bits.
+// (0xFF then a byte above 0x8F) on, 1 bits. Inside the segment both bytes
+// are read at once.
 inline void mqByteIn(MqDecoderRegisters& s, uint32_t& c, int32_t& ct) {
-    if (segmentByte(s, s.position) == 0xFF) {
-        const uint32_t next = segmentByte(s, s.position + 1);
-        if (next > 0x8F) {
-            c += 0xFF00u;
-            ct = 8;
-            s.markerReached = 1;
-        } else {
-            ++s.position;
-            c += next << 9;
-            ct = 7;
-        }
+    const int32_t p = s.position;
+    uint32_t current, next;
+    if (__builtin_expect(p + 1 < s.length, 1)) {
+        current = s.data[p];
+        next = s.data[p + 1];
     } else {
-        ++s.position;
-        c += segmentByte(s, s.position) << 8;
+        current = segmentByte(s, p);
+        next = segmentByte(s, p + 1);
+    }
+    if (current != 0xFF) {
+        s.position = p + 1;
+        c += next << 8;
         ct = 8;
+    } else if (next <= 0x8F) {
+        s.position = p + 1;
+        c += next << 9;
+        ct = 7;
+    } else {
+        c += 0xFF00u;
+        ct = 8;
+        s.markerReached = 1;
     }
 }
 
@@ -376,16 +383,18 @@ struct MqShifted {
 // decision code inlined into the passes stays small.
 [[gnu::noinline]] inline MqShifted mqRenormalizeReading(MqDecoderRegisters& s, uint32_t a,
                                                         uint32_t c, int32_t ct) {
-    int shift = __builtin_clz(a);
-    do {
-        if (ct == 0) mqByteIn(s, c, ct);
-        const int n = shift < ct ? shift : ct;
-        a <<= n;
-        c <<= n;
-        ct -= n;
-        shift -= n;
-    } while (shift > 0);
-    return {a, c, ct};
+    // The caller found the shift larger than CT: the bits left go first.
+    int shift = __builtin_clz(a) - ct;
+    a <<= ct;
+    c <<= ct;
+    for (;;) {
+        mqByteIn(s, c, ct);
+        if (shift <= ct) break;
+        a <<= ct;
+        c <<= ct;
+        shift -= ct;
+    }
+    return {a << shift, c << shift, ct - shift};
 }
 
 // Shifts A back to at least half the interval; while CT covers the whole

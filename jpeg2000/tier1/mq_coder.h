@@ -441,16 +441,18 @@ struct MqShifted {
     return d;
 }
 
-// The rows a context moves to, four per row: [4 x row + step] is the row
-// after a decision that renormalizes (step 1 after an MPS, 2 after an LPS)
-// or not (0, and the unused 3).
+// The rows a context moves to, four per row: [4 x row + 2 x lps + top],
+// top being the top bit of the new A (no renormalization follows): the row
+// itself after an MPS that keeps A at half the interval or above, the MPS
+// successor after one that does not, the LPS successor after an LPS (which
+// always renormalizes: its A is Qe or below).
 constexpr std::array<MqDecodeContext, 4 * 94> makeMqDecodeSteps() {
     std::array<MqDecodeContext, 4 * 94> t{};
     for (int i = 0; i < 94; ++i) {
         const MqDecodeContext& row = kMqDecodeContexts[static_cast<unsigned>(i)];
-        t[4 * i] = t[4 * i + 3] = row;
-        t[4 * i + 1] = kMqDecodeContexts[row.afterMps];
-        t[4 * i + 2] = kMqDecodeContexts[row.afterLps];
+        t[4 * i] = kMqDecodeContexts[row.afterMps];
+        t[4 * i + 1] = row;
+        t[4 * i + 2] = t[4 * i + 3] = kMqDecodeContexts[row.afterLps];
     }
     return t;
 }
@@ -479,9 +481,7 @@ inline constexpr std::array<MqDecodeContext, 4 * 94> kMqDecodeSteps = makeMqDeco
         : [qe] "r"(cx.qe), [c0] "r"(r.c));
     r.c = c;
     const uint32_t lps = static_cast<uint32_t>(low) ^ static_cast<uint32_t>(rest < cx.qe);
-    // A below half the interval renormalizes; an LPS always does.
-    const uint32_t step = ((a >> 31) ^ 1) + lps;
-    context = kMqDecodeSteps[4u * cx.self + step];
+    context = kMqDecodeSteps[4u * cx.self + 2 * lps + (a >> 31)];
     r.a = a;
     mqRenormalize(r);
     return cx.mps ^ static_cast<int>(lps);

@@ -206,7 +206,9 @@ template <bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
             } else {
                 candidates = unsettledSamples(loaded) & column.rows;
                 if (candidates == 0) {
-                    if (state != loaded) storeColumn(column.words, g.stride, state);
+                    // Stored whether marks went or not: a branch on it would
+                    // be mispredicted about as often as it saves the stores.
+                    storeColumn(column.words, g.stride, state);
                     return;
                 }
             }
@@ -218,7 +220,7 @@ template <bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
                         source, g, column.words, column.coefficients + out.rowOffset[shift >> 4],
                         out.midpoint, state, half, shift >> 4);
             }
-            if (state != loaded) storeColumn(column.words, g.stride, state);
+            storeColumn(column.words, g.stride, state);
         });
     shared = source;
 }

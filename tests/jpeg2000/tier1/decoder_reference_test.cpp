@@ -80,10 +80,10 @@ TEST(CodeBlockDecoder, BothDecodersMatchThePlainReferenceOnIntactAndDamagedStrea
                           std::vector<int32_t>(static_cast<size_t>(c.width) * c.height)};
 
         std::vector<int32_t> expected(shape.words.size(), kFill);
-        ReferenceDecoder reference(c.width, c.height, c.subband, c.flags);
+        ReferenceDecoder reference(expected, c.width, c.height, c.subband, c.flags);
         const uint8_t none = 0;
-        const ReferenceDecodeResult want = reference.run(
-            expected, c.bytes.empty() ? &none : c.bytes.data(), c.lengths, c.sfBits, c.passes);
+        const ReferenceDecodeResult want =
+            reference.run(c.bytes.empty() ? &none : c.bytes.data(), c.lengths, c.sfBits, c.passes);
         corrupt += want.status != StatusOk;
 
         const Decoded one =

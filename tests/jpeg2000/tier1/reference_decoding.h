@@ -13,6 +13,7 @@
 
 #include "jpeg2000/tier1/mq_coder.h"
 #include "jpeg2000/tier1/t1_contexts.h"
+#include "tests/jpeg2000/tier1/reference_modeling.h"
 #include "zeqj.h"
 
 namespace zeq::test::t1 {
@@ -123,21 +124,18 @@ struct ReferenceDecodeResult {
 };
 
 // Decodes as zeqiDecodeCodeBlock_JPEG2K_1u32s_C1R does into `words`
-// (width x height, rows packed), which holds the caller's destination.
-class ReferenceDecoder {
+// (width x height, rows packed), which holds the caller's destination. The
+// neighbourhood rules are the encoder-side model's, read from the decoded
+// samples.
+class ReferenceDecoder : private ReferenceModel {
 public:
-    ReferenceDecoder(int width, int height, int subband, int32_t flags)
-        : w_(width), h_(height), subband_(subband), flags_(flags) {}
+    ReferenceDecoder(std::vector<int32_t>& words, int width, int height, int subband, int32_t flags)
+        : ReferenceModel(words, width, height, subband, flags), out_(words), flags_(flags) {}
 
-    ReferenceDecodeResult run(std::vector<int32_t>& words, const uint8_t* src,
-                              const std::vector<int32_t>& segmentLengths, int32_t sfBits,
-                              int32_t passes) {
-        words_ = &words;
-        const size_t n = static_cast<size_t>(w_) * h_;
-        if (!(flags_ & 0x20000)) words.assign(n, 0);
-        sig_.assign(n, 0);
-        visited_.assign(n, 0);
-        refined_.assign(n, 0);
+    ReferenceDecodeResult run(const uint8_t* src, const std::vector<int32_t>& segmentLengths,
+                              int32_t sfBits, int32_t passes) {
+        std::vector<int32_t>& words = out_;
+        if (!(flags_ & 0x20000)) words.assign(words.size(), 0);
         resetContexts();
         const int32_t planes = sfBits > 31 ? 31 : (sfBits < 0 ? 0 : sfBits);
         const int32_t bypassPlane = (flags_ & 2) && planes >= 4 ? planes - 4 : 0;
@@ -181,7 +179,7 @@ private:
     }
 
     ReferenceDecodeResult finish(ZeqStatus status, int32_t plane, ReferenceDecodeResult r) {
-        std::vector<int32_t>& out = *words_;
+        std::vector<int32_t>& out = out_;
         r.status = status;
         if (status != StatusOk) {
             r.errorPlane = plane;
@@ -206,36 +204,6 @@ private:
     }
     int decide(ReferenceMq& mq, int label) { return mq.decode(state_[label], mps_[label]); }
 
-    size_t index(int x, int y) const { return static_cast<size_t>(y) * w_ + x; }
-    bool negative(int x, int y) const { return (*words_)[index(x, y)] < 0; }
-
-    bool seesSignificant(int x, int y, int dx, int dy) const {
-        const int nx = x + dx, ny = y + dy;
-        if (nx < 0 || ny < 0 || nx >= w_ || ny >= h_) return false;
-        if ((flags_ & 1) && dy == 1 && y % 4 == 3) return false;
-        return sig_[index(nx, ny)] != 0;
-    }
-    int signedNeighbour(int x, int y, int dx, int dy) const {
-        if (!seesSignificant(x, y, dx, dy)) return 0;
-        return negative(x + dx, y + dy) ? -1 : 1;
-    }
-    bool hasSignificantNeighbour(int x, int y) const {
-        for (int dy = -1; dy <= 1; ++dy)
-            for (int dx = -1; dx <= 1; ++dx)
-                if ((dx || dy) && seesSignificant(x, y, dx, dy)) return true;
-        return false;
-    }
-    int zeroCodingLabel(int x, int y) const {
-        const int h = seesSignificant(x, y, -1, 0) + seesSignificant(x, y, 1, 0);
-        const int v = seesSignificant(x, y, 0, -1) + seesSignificant(x, y, 0, 1);
-        const int d = seesSignificant(x, y, -1, -1) + seesSignificant(x, y, 1, -1) +
-                      seesSignificant(x, y, -1, 1) + seesSignificant(x, y, 1, 1);
-        const auto rule = subband_ == 2   ? zeq::t1::ZeroCodingRule::HighLow
-                          : subband_ == 3 ? zeq::t1::ZeroCodingRule::HighHigh
-                                          : zeq::t1::ZeroCodingRule::LowLowLowHigh;
-        return zeq::t1::kZeroCodingFirstLabel + zeq::t1::zeroCodingContext(rule, h, v, d);
-    }
-
     // The sign with its context and the standard's prediction, then the
     // sample's first reconstruction, 3 x 2^p / 2.
     void becomeSignificant(ReferenceMq& mq, ReferenceRaw& bits, bool raw, int x, int y, int p) {
@@ -243,43 +211,31 @@ private:
         if (raw) {
             negative = bits.bit();
         } else {
-            const auto clamp = [](int s) { return s > 0 ? 1 : (s < 0 ? -1 : 0); };
-            const int h = clamp(signedNeighbour(x, y, -1, 0) + signedNeighbour(x, y, 1, 0));
-            const int v = clamp(signedNeighbour(x, y, 0, -1) + signedNeighbour(x, y, 0, 1));
-            static const int kContext[3][3] = {{13, 12, 11}, {10, 9, 10}, {11, 12, 13}};
-            static const int kXor[3][3] = {{1, 1, 1}, {1, 0, 0}, {0, 0, 0}};
-            negative = decide(mq, kContext[h + 1][v + 1] + 2) ^ kXor[h + 1][v + 1];
+            const ReferenceDecision c = signContext(x, y);
+            negative = decide(mq, c.label) ^ c.bit;
         }
-        (*words_)[index(x, y)] =
+        out_[static_cast<size_t>(index(x, y))] =
             static_cast<int32_t>((static_cast<uint32_t>(negative) << 31) | ((3u << p) >> 1));
         sig_[index(x, y)] = 1;
     }
 
-    template <class Visit>
-    void scan(Visit visit) {
-        for (int y0 = 0; y0 < h_; y0 += 4)
-            for (int x = 0; x < w_; ++x)
-                for (int y = y0; y < y0 + 4 && y < h_; ++y) visit(x, y);
-    }
-
     void significance(ReferenceMq& mq, ReferenceRaw& bits, bool raw, int p) {
-        scan([&](int x, int y) {
-            if (sig_[index(x, y)] || !hasSignificantNeighbour(x, y)) return;
+        scan([&](int x, int y, int) {
+            if (sig_[static_cast<size_t>(index(x, y))] || !hasSignificantNeighbour(x, y)) return;
             const int bit = raw ? bits.bit() : decide(mq, zeroCodingLabel(x, y));
             if (bit) becomeSignificant(mq, bits, raw, x, y, p);
-            visited_[index(x, y)] = 1;
+            visited_[static_cast<size_t>(index(x, y))] = 1;
         });
     }
 
     void refinement(ReferenceMq& mq, ReferenceRaw& bits, bool raw, int p) {
-        scan([&](int x, int y) {
-            const size_t i = index(x, y);
+        scan([&](int x, int y, int) {
+            const size_t i = static_cast<size_t>(index(x, y));
             if (!sig_[i] || visited_[i]) return;
             const int label = refined_[i] ? 18 : (hasSignificantNeighbour(x, y) ? 17 : 16);
             const uint32_t bit = static_cast<uint32_t>(raw ? bits.bit() : decide(mq, label));
-            const uint32_t v = static_cast<uint32_t>((*words_)[i]);
-            (*words_)[i] =
-                static_cast<int32_t>((v & ~((2u << p) - 1)) | (bit << p) | ((1u << p) >> 1));
+            const uint32_t v = static_cast<uint32_t>(out_[i]);
+            out_[i] = static_cast<int32_t>((v & ~((2u << p) - 1)) | (bit << p) | ((1u << p) >> 1));
             refined_[i] = 1;
         });
     }
@@ -290,11 +246,7 @@ private:
             for (int x = 0; x < w_; ++x) {
                 int y = y0;
                 const int end = y0 + 4 < h_ ? y0 + 4 : h_;
-                bool runMode = end - y0 == 4;
-                for (int k = y0; k < end && runMode; ++k)
-                    runMode = !sig_[index(x, k)] && !visited_[index(x, k)] &&
-                              !hasSignificantNeighbour(x, k);
-                if (runMode) {
+                if (startsRunMode(x, y0, end)) {
                     if (!decide(mq, 1)) continue;
                     const int high = decide(mq, 0);
                     const int r = 2 * high + decide(mq, 0);
@@ -302,7 +254,9 @@ private:
                     y = y0 + r + 1;
                 }
                 for (; y < end; ++y) {
-                    if (sig_[index(x, y)] || visited_[index(x, y)]) continue;
+                    if (sig_[static_cast<size_t>(index(x, y))] ||
+                        visited_[static_cast<size_t>(index(x, y))])
+                        continue;
                     if (decide(mq, zeroCodingLabel(x, y)))
                         becomeSignificant(mq, none, false, x, y, p);
                 }
@@ -317,10 +271,8 @@ private:
         return true;
     }
 
-    int w_, h_, subband_;
+    std::vector<int32_t>& out_;
     int32_t flags_;
-    std::vector<int32_t>* words_ = nullptr;
-    std::vector<uint8_t> sig_, visited_, refined_;
     int state_[zeq::t1::kContextCount] = {};
     int mps_[zeq::t1::kContextCount] = {};
 };

@@ -311,30 +311,21 @@ struct MqDecoderRegisters {
     int32_t markerReached;  // a 0xFF followed by a byte above 0x8F: 1 bits from now on
 };
 
-// What a pass keeps of a decoder: A, C and CT in registers, the byte stream
-// (touched once per byte) through a pointer to the full record.
-struct MqDecoderCursor {
-    uint32_t a;
-    uint32_t c;
-    int32_t ct;
-    MqDecoderRegisters* stream;
-
-    explicit MqDecoderCursor(MqDecoderRegisters& r) : a(r.a), c(r.c), ct(r.ct), stream(&r) {}
-    void store() const {
-        stream->a = a;
-        stream->c = c;
-        stream->ct = ct;
-    }
-};
-
 inline uint32_t segmentByte(const MqDecoderRegisters& r, int32_t i) {
     return i < r.length ? r.data[i] : 0xFFu;
 }
 
-// Appends the next byte to C (eight bits, seven after a 0xFF); from a marker
-// (0xFF then a byte above 0x8F) on, 1 bits. Inside the segment both bytes
-// are read at once.
-inline void mqByteIn(MqDecoderRegisters& s, uint32_t& c, int32_t& ct) {
+// The next byte as the decoder reads it: eight bits; seven after a 0xFF (the
+// byte then sits one bit higher); from a marker (0xFF then a byte above
+// 0x8F) on, eight 1 bits, the position staying. Inside the segment both
+// bytes are read at once.
+struct MqByte {
+    uint32_t value;
+    int32_t raise;  // 1 after a 0xFF
+    int32_t bits;
+};
+
+inline MqByte mqNextByte(MqDecoderRegisters& s) {
     const int32_t p = s.position;
     uint32_t current, next;
     if (__builtin_expect(p + 1 < s.length, 1)) {
@@ -346,18 +337,50 @@ inline void mqByteIn(MqDecoderRegisters& s, uint32_t& c, int32_t& ct) {
     }
     if (current != 0xFF) {
         s.position = p + 1;
-        c += next << 8;
-        ct = 8;
-    } else if (next <= 0x8F) {
-        s.position = p + 1;
-        c += next << 9;
-        ct = 7;
-    } else {
-        c += 0xFF00u;
-        ct = 8;
-        s.markerReached = 1;
+        return {next, 0, 8};
     }
+    if (next <= 0x8F) {
+        s.position = p + 1;
+        return {next, 1, 7};
+    }
+    s.markerReached = 1;
+    return {0xFF, 0, 8};
 }
+
+// Appends the next byte to C once CT has run out.
+inline void mqByteIn(MqDecoderRegisters& s, uint32_t& c, int32_t& ct) {
+    const MqByte b = mqNextByte(s);
+    c += b.value << (8 + b.raise);
+    ct = b.bits;
+}
+
+// What a pass keeps of a decoder: A, C and CT in registers, the byte stream
+// (touched once per refill) through a pointer to the full record. C is held
+// in 64 bits, the record's C in the upper half, so that several bytes can be
+// read at a time: below C's 16 integer bits CT counts the bits read, up to
+// 40 of them. Bytes are read ahead only where no 0xFF is involved, whole
+// eight bits each, and between decisions the record keeps fewer than eight
+// bits of its last byte (every byte read in is shifted into at once): so
+// the bytes read ahead are CT / 8, and store() hands them back (the cursor
+// then goes on from the record's state).
+struct MqDecoderCursor {
+    uint32_t a;
+    uint64_t c;
+    int32_t ct;
+    MqDecoderRegisters* stream;
+
+    explicit MqDecoderCursor(MqDecoderRegisters& r)
+        : a(r.a), c(uint64_t{r.c} << 32), ct(r.ct), stream(&r) {}
+    void store() {
+        const int32_t kept = ct & 7;
+        stream->position -= ct >> 3;
+        c &= ~uint64_t{0} << (48 - kept);
+        ct = kept;
+        stream->a = a;
+        stream->c = static_cast<uint32_t>(c >> 32);
+        stream->ct = ct;
+    }
+};
 
 inline void mqDecoderStart(MqDecoderRegisters& r, const uint8_t* data, int32_t length) {
     r.data = data;
@@ -374,27 +397,27 @@ inline void mqDecoderStart(MqDecoderRegisters& r, const uint8_t* data, int32_t l
 // A, C and CT by value, for the out-of-line part of the renormalization.
 struct MqShifted {
     uint32_t a;
-    uint32_t c;
     int32_t ct;
+    uint64_t c;
 };
 
-// The renormalization that runs out of bits in CT: reads a byte whenever CT
-// runs out. Kept out of line (it runs about once per byte) so that the
-// decision code inlined into the passes stays small.
+// The renormalization that needs more bits than CT holds: reads the bytes
+// it needs, then reads ahead while the bytes are plain. Kept out of line (it
+// runs about once per four bytes) so that the decision code inlined into
+// the passes stays small.
 [[gnu::noinline]] inline MqShifted mqRenormalizeReading(MqDecoderRegisters& s, uint32_t a,
-                                                        uint32_t c, int32_t ct) {
-    // The caller found the shift larger than CT: the bits left go first.
-    int shift = __builtin_clz(a) - ct;
-    a <<= ct;
-    c <<= ct;
-    for (;;) {
-        mqByteIn(s, c, ct);
-        if (shift <= ct) break;
-        a <<= ct;
-        c <<= ct;
-        shift -= ct;
-    }
-    return {a << shift, c << shift, ct - shift};
+                                                        uint64_t c, int32_t ct) {
+    const int shift = __builtin_clz(a);
+    do {
+        const MqByte b = mqNextByte(s);
+        c += uint64_t{b.value} << (40 + b.raise - ct);
+        ct += b.bits;
+    } while (ct < shift);
+    int32_t p = s.position;
+    for (; ct <= 32 && p + 1 < s.length && s.data[p] != 0xFF; ct += 8)
+        c += uint64_t{s.data[++p]} << (40 - ct);
+    s.position = p;
+    return {a << shift, ct - shift, c << shift};
 }
 
 // Shifts A back to at least half the interval; while CT covers the whole
@@ -417,9 +440,10 @@ struct MqShifted {
 // (or, after the conditional exchange, the MPS).
 [[gnu::always_inline]] inline int mqDecode(MqDecoderCursor& r, MqDecodeContext& context) {
     const uint32_t qe = context.qe;
+    const uint64_t qeHigh = uint64_t{qe} << 32;  // level with C's upper half
     int d = context.mps;
     r.a -= qe;
-    if (r.c < qe) {
+    if (r.c < qeHigh) {
         if (r.a < qe) {
             context = kMqDecodeContexts[context.afterMps];
         } else {
@@ -428,7 +452,7 @@ struct MqShifted {
         }
         r.a = qe;
     } else {
-        r.c -= qe;
+        r.c -= qeHigh;
         if (r.a >= kMqDecoderHalfInterval) return d;
         if (r.a < qe) {
             d ^= 1;
@@ -471,14 +495,15 @@ inline constexpr std::array<MqDecodeContext, 4 * 94> kMqDecodeSteps = makeMqDeco
     // becomes A while C stays; else A - Qe remains and C drops by Qe. As
     // likely as not, so the selections are conditional moves: left to
     // itself, the compiler turns them into a branch.
+    const uint64_t qeHigh = uint64_t{cx.qe} << 32;  // level with C's upper half
     uint32_t a = rest;
-    uint32_t c = r.c - cx.qe;
+    uint64_t c = r.c - qeHigh;
     bool low;
-    asm("cmpl %[qe], %[c0]\n\t"
+    asm("cmpq %[qeHigh], %[c0]\n\t"
         "cmovbl %[qe], %[a]\n\t"
-        "cmovbl %[c0], %[c]"
+        "cmovbq %[c0], %[c]"
         : [a] "+r"(a), [c] "+r"(c), "=@ccb"(low)
-        : [qe] "r"(cx.qe), [c0] "r"(r.c));
+        : [qe] "r"(cx.qe), [qeHigh] "r"(qeHigh), [c0] "r"(r.c));
     r.c = c;
     const uint32_t lps = static_cast<uint32_t>(low) ^ static_cast<uint32_t>(rest < cx.qe);
     context = kMqDecodeSteps[4u * cx.self + 2 * lps + (a >> 31)];

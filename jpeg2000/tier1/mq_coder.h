@@ -273,19 +273,14 @@ inline void mqFlushShortest(MqEncoderRegisters& r, Sink& sink) {
 //
 // A decoding context holds its whole current row, so that one load gives Qe
 // and the MPS; `self` is the row's index (2 x state index + MPS), the form
-// the decoder record keeps. The row index after a decision sits at
-// `next[renormalized + lps]`: unchanged, after an MPS, after an LPS.
+// the decoder record keeps, and afterMps / afterLps the indices of the rows
+// an MPS or an LPS that renormalizes moves it to.
 struct MqDecodeContext {
     uint32_t qe;  // Qe << 16
     uint8_t self;
     uint8_t afterMps;
     uint8_t afterLps;
     uint8_t mps;
-
-    uint8_t next(uint32_t step) const {
-        const uint8_t rows[3] = {self, afterMps, afterLps};
-        return rows[step];
-    }
 };
 static_assert(sizeof(MqDecodeContext) == 8, "a decoding context is one 64-bit word");
 

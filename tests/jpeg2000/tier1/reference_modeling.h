@@ -135,8 +135,8 @@ protected:
     bool startsRunMode(int x, int y0, int end) const {
         bool runMode = end - y0 == 4;
         for (int k = y0; k < end && runMode; ++k)
-            runMode = !sig_[index(x, k)] && !visited_[index(x, k)] &&
-                      !hasSignificantNeighbour(x, k);
+            runMode =
+                !sig_[index(x, k)] && !visited_[index(x, k)] && !hasSignificantNeighbour(x, k);
         return runMode;
     }
 

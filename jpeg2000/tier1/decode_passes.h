@@ -17,6 +17,8 @@
 #ifndef ZEQ_JPEG2000_TIER1_DECODE_PASSES_H
 #define ZEQ_JPEG2000_TIER1_DECODE_PASSES_H
 
+#include <emmintrin.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -90,6 +92,57 @@ template <class Body>
     if (y0 < g.height) stripe(y0, stripeRowsMask(g.height - y0), std::false_type{});
 }
 
+// ---- Columns to refine ---------------------------------------------------------
+//
+// In a stripe of four rows the refinement pass finds the columns holding
+// samples to refine by a scan of the state words, eight columns at a time,
+// before it walks them: whether a column has any is about as likely as not
+// on the middle planes, and a test per column would be mispredicted every
+// other time. (The other passes change what the columns to their right
+// hold as they go, or visit most columns anyway.)
+
+// Bit i set when column i of the stripe (rows 0, 1 in `upper`, rows 2, 3 in
+// `lower`, one word per column) holds a sample to refine: significant and
+// not visited. count <= 64. The plain form, and the reference of the vector
+// one.
+inline uint64_t columnsToRefineScalar(const uint32_t* upper, const uint32_t* lower, int count) {
+    uint64_t columns = 0;
+    for (int i = 0; i < count; ++i) {
+        const uint64_t column = upper[i] | (uint64_t{lower[i]} << 32);
+        columns |= uint64_t{refinementCandidates(column) != 0} << i;
+    }
+    return columns;
+}
+
+// Four columns without a sample to refine, as 32-bit lanes of all ones.
+inline __m128i columnsWithoutRefinement(const uint32_t* upper, const uint32_t* lower) {
+    const __m128i settled = _mm_set1_epi16(kSignificant | kVisited);
+    const __m128i significant = _mm_set1_epi16(kSignificant);
+    const __m128i toRefine = _mm_or_si128(
+        _mm_cmpeq_epi16(
+            _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(upper)), settled),
+            significant),
+        _mm_cmpeq_epi16(
+            _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(lower)), settled),
+            significant));
+    return _mm_cmpeq_epi32(toRefine, _mm_setzero_si128());
+}
+
+inline uint64_t columnsToRefine(const uint32_t* upper, const uint32_t* lower, int count) {
+    uint64_t columns = 0;
+    int i = 0;
+    for (; i + 8 <= count; i += 8) {
+        const __m128i none =
+            _mm_packs_epi32(columnsWithoutRefinement(upper + i, lower + i),
+                            columnsWithoutRefinement(upper + i + 4, lower + i + 4));
+        const uint32_t bytes =
+            static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(none, none))) & 0xFF;
+        columns |= uint64_t{bytes ^ 0xFF} << i;
+    }
+    if (i < count) columns |= columnsToRefineScalar(upper + i, lower + i, count - i) << i;
+    return columns;
+}
+
 // ---- Significance propagation ----------------------------------------------
 //
 // Each pass takes the grid and the coefficient plane by value (its stores
@@ -133,33 +186,66 @@ template <bool Raw, bool Causal, const ZeroCodingTable& ZeroCoding, class Source
 
 // ---- Magnitude refinement ----------------------------------------------------
 
+// The refinement of the sample at row r of a stripe column: bits above the
+// plane kept, the plane's bit decoded, the mid-point bit below it.
+template <class Source>
+[[gnu::always_inline]] inline void decodeRefinement(Source& source, const CoefficientPlane& out,
+                                                    uint8_t* coefficients, uint64_t labels, int r) {
+    const int bit =
+        source.decideEven(kRefineFirstLabel + static_cast<int>((labels >> (16 * r)) & 3));
+    uint8_t* row = coefficients + out.rowOffset[r];
+    const uint32_t v = loadElement<uint32_t>(row, 0);
+    storeElement<uint32_t>(
+        row, 0,
+        (v & out.maskAbove) | out.half | (out.planeBit & (0u - static_cast<uint32_t>(bit))));
+}
+
 template <class Source>
 [[gnu::noinline]] void decodeRefinementPass(const SampleGrid g, Source& shared,
                                             const CoefficientPlane out) {
     Source source = shared;
-    forEachDecodeColumn(
-        g, out, [&](DecodeColumn column, auto) __attribute__((always_inline)) {
-            const uint64_t state = loadColumn(column.words, g.stride);
-            const uint64_t refined = refinementCandidates(state) & column.rows;
-            if (refined == 0) return;
-            // Refinement changes no neighbourhood: every row reads the state
-            // the column had when the pass reached it. The rows are found
-            // one by one from the mask (one loop exit per column to predict,
-            // not a branch per row).
-            const uint64_t labels = refinementLabelOffsets(state);
-            for (uint64_t left = refined; left != 0; left &= left - 1) {
-                const int shift = __builtin_ctzll(left) & ~15;  // 16 x row
-                const int bit =
-                    source.decideEven(kRefineFirstLabel + static_cast<int>((labels >> shift) & 3));
-                uint8_t* row = column.coefficients + out.rowOffset[shift >> 4];
-                const uint32_t v = loadElement<uint32_t>(row, 0);
-                storeElement<uint32_t>(row, 0,
-                                       (v & out.maskAbove) | out.half |
-                                           (out.planeBit & (0u - static_cast<uint32_t>(bit))));
+    const auto refineColumn = [&](DecodeColumn column) __attribute__((always_inline)) {
+        const uint64_t state = loadColumn(column.words, g.stride);
+        const uint64_t refined = refinementCandidates(state) & column.rows;
+        if (refined == 0) return;
+        // Refinement changes no neighbourhood: every row reads the state
+        // the column had when the pass reached it.
+        const uint64_t labels = refinementLabelOffsets(state);
+        if (refined == kEveryHalf(kSignificant)) {
+            // All four rows, the common case of the low planes: straight
+            // code, no search for the rows.
+            decodeRefinement(source, out, column.coefficients, labels, 0);
+            decodeRefinement(source, out, column.coefficients, labels, 1);
+            decodeRefinement(source, out, column.coefficients, labels, 2);
+            decodeRefinement(source, out, column.coefficients, labels, 3);
+        } else {
+            // The rows found one by one from the mask: one loop exit per
+            // column to predict, not a branch per row.
+            for (uint64_t left = refined; left != 0; left &= left - 1)
+                decodeRefinement(source, out, column.coefficients, labels,
+                                 __builtin_ctzll(left) >> 4);
+        }
+        static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above");
+        storeColumn(column.words, g.stride, state | (refined << 2));
+    };
+    int y0 = 0;
+    for (; y0 + 4 <= g.height; y0 += 4) {
+        uint32_t* upper = g.words + (y0 >> 1) * g.stride;
+        uint8_t* coefficients = out.block + out.rowOffset[1] * y0;
+        for (int x0 = 0; x0 < g.width; x0 += 64) {
+            const int count = g.width - x0 < 64 ? g.width - x0 : 64;
+            for (uint64_t columns = columnsToRefine(upper + x0, upper + x0 + g.stride, count);
+                 columns != 0; columns &= columns - 1) {
+                const int x = x0 + __builtin_ctzll(columns);
+                refineColumn({upper + x, coefficients + 4 * x, ~uint64_t{0}});
             }
-            static_assert(kRefined == kSignificant << 2, "refined marks sit two bits above");
-            storeColumn(column.words, g.stride, state | (refined << 2));
-        });
+        }
+    }
+    if (y0 < g.height) {
+        DecodeColumn c{g.words + (y0 >> 1) * g.stride, out.block + out.rowOffset[1] * y0,
+                       stripeRowsMask(g.height - y0)};
+        for (int x = 0; x < g.width; ++x, ++c.words, c.coefficients += 4) refineColumn(c);
+    }
     shared = source;
 }
 
@@ -173,9 +259,11 @@ template <bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
         g, out, [&](DecodeColumn column, auto full) __attribute__((always_inline)) {
             constexpr bool F = decltype(full)::value;
             const uint64_t loaded = loadColumn(column.words, g.stride);
-            uint64_t state = loaded;
+            // The plane's visited marks go as the column is passed: no
+            // sample's decoding reads those of another column.
+            uint64_t state = loaded & ~kEveryHalf(kVisited);
             uint64_t candidates;
-            if (F && state == 0) {
+            if (F && loaded == 0) {
                 // Run mode: one decision for the four rows, then the row of
                 // the first significant one and its sign; the rows below it
                 // continue in normal mode.
@@ -187,8 +275,13 @@ template <bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
                                                     out.midpoint, state, 0, r);
                 candidates = kEveryHalf(kSignificant) & rowsBelow(r);
             } else {
-                candidates = unsettledSamples(state) & column.rows;
-                if (candidates == 0) return;
+                candidates = unsettledSamples(loaded) & column.rows;
+                if (candidates == 0) {
+                    // Stored whether marks went or not: a branch on it would
+                    // be mispredicted about as often as it saves the stores.
+                    storeColumn(column.words, g.stride, state);
+                    return;
+                }
             }
             for (; candidates != 0; candidates &= candidates - 1) {
                 const int shift = __builtin_ctzll(candidates) & ~15;  // 16 x row
@@ -198,14 +291,8 @@ template <bool Causal, const ZeroCodingTable& ZeroCoding, class Source>
                         source, g, column.words, column.coefficients + out.rowOffset[shift >> 4],
                         out.midpoint, state, half, shift >> 4);
             }
-            if (state != loaded) storeColumn(column.words, g.stride, state);
+            storeColumn(column.words, g.stride, state);
         });
-    // The visited marks go at the end, all at once: no sample's decoding
-    // reads those of another column.
-    for (int32_t y = 0; y < (g.height + 1) / 2; ++y) {
-        uint32_t* row = g.words + y * g.stride;
-        for (int32_t x = 0; x < g.width; ++x) row[x] &= ~kBothHalves(kVisited);
-    }
     shared = source;
 }
 

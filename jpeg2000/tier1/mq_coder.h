@@ -348,19 +348,14 @@ inline void mqFlushShortest(MqEncoderRegisters& r, Sink& sink) {
 //
 // A decoding context holds its whole current row, so that one load gives Qe
 // and the MPS; `self` is the row's index (2 x state index + MPS), the form
-// the decoder record keeps. The row index after a decision sits at
-// `next[renormalized + lps]`: unchanged, after an MPS, after an LPS.
+// the decoder record keeps, and afterMps / afterLps the indices of the rows
+// an MPS or an LPS that renormalizes moves it to.
 struct MqDecodeContext {
     uint32_t qe;  // Qe << 16
     uint8_t self;
     uint8_t afterMps;
     uint8_t afterLps;
     uint8_t mps;
-
-    uint8_t next(uint32_t step) const {
-        const uint8_t rows[3] = {self, afterMps, afterLps};
-        return rows[step];
-    }
 };
 static_assert(sizeof(MqDecodeContext) == 8, "a decoding context is one 64-bit word");
 
@@ -386,46 +381,76 @@ struct MqDecoderRegisters {
     int32_t markerReached;  // a 0xFF followed by a byte above 0x8F: 1 bits from now on
 };
 
-// What a pass keeps of a decoder: A, C and CT in registers, the byte stream
-// (touched once per byte) through a pointer to the full record.
-struct MqDecoderCursor {
-    uint32_t a;
-    uint32_t c;
-    int32_t ct;
-    MqDecoderRegisters* stream;
-
-    explicit MqDecoderCursor(MqDecoderRegisters& r) : a(r.a), c(r.c), ct(r.ct), stream(&r) {}
-    void store() const {
-        stream->a = a;
-        stream->c = c;
-        stream->ct = ct;
-    }
-};
-
 inline uint32_t segmentByte(const MqDecoderRegisters& r, int32_t i) {
     return i < r.length ? r.data[i] : 0xFFu;
 }
 
-// Appends the next byte to C (eight bits, seven after a 0xFF); from a marker
-// (0xFF then a byte above 0x8F) on, 1 bits.
-inline void mqByteIn(MqDecoderRegisters& s, uint32_t& c, int32_t& ct) {
-    if (segmentByte(s, s.position) == 0xFF) {
-        const uint32_t next = segmentByte(s, s.position + 1);
-        if (next > 0x8F) {
-            c += 0xFF00u;
-            ct = 8;
-            s.markerReached = 1;
-        } else {
-            ++s.position;
-            c += next << 9;
-            ct = 7;
-        }
+// The next byte as the decoder reads it: eight bits; seven after a 0xFF (the
+// byte then sits one bit higher); from a marker (0xFF then a byte above
+// 0x8F) on, eight 1 bits, the position staying. Inside the segment both
+// bytes are read at once.
+struct MqByte {
+    uint32_t value;
+    int32_t raise;  // 1 after a 0xFF
+    int32_t bits;
+};
+
+inline MqByte mqNextByte(MqDecoderRegisters& s) {
+    const int32_t p = s.position;
+    uint32_t current, next;
+    if (__builtin_expect(p + 1 < s.length, 1)) {
+        current = s.data[p];
+        next = s.data[p + 1];
     } else {
-        ++s.position;
-        c += segmentByte(s, s.position) << 8;
-        ct = 8;
+        current = segmentByte(s, p);
+        next = segmentByte(s, p + 1);
     }
+    if (current != 0xFF) {
+        s.position = p + 1;
+        return {next, 0, 8};
+    }
+    if (next <= 0x8F) {
+        s.position = p + 1;
+        return {next, 1, 7};
+    }
+    s.markerReached = 1;
+    return {0xFF, 0, 8};
 }
+
+// Appends the next byte to C once CT has run out.
+inline void mqByteIn(MqDecoderRegisters& s, uint32_t& c, int32_t& ct) {
+    const MqByte b = mqNextByte(s);
+    c += b.value << (8 + b.raise);
+    ct = b.bits;
+}
+
+// What a pass keeps of a decoder: A, C and CT in registers, the byte stream
+// (touched once per refill) through a pointer to the full record. C is held
+// in 64 bits, the record's C in the upper half, so that several bytes can be
+// read at a time: below C's 16 integer bits CT counts the bits read, up to
+// 40 of them. Bytes are read ahead only where no 0xFF is involved, whole
+// eight bits each, and between decisions the record keeps fewer than eight
+// bits of its last byte (every byte read in is shifted into at once): so
+// the bytes read ahead are CT / 8, and store() hands them back (the cursor
+// then goes on from the record's state).
+struct MqDecoderCursor {
+    uint32_t a;
+    uint64_t c;
+    int32_t ct;
+    MqDecoderRegisters* stream;
+
+    explicit MqDecoderCursor(MqDecoderRegisters& r)
+        : a(r.a), c(uint64_t{r.c} << 32), ct(r.ct), stream(&r) {}
+    void store() {
+        const int32_t kept = ct & 7;
+        stream->position -= ct >> 3;
+        c &= ~uint64_t{0} << (48 - kept);
+        ct = kept;
+        stream->a = a;
+        stream->c = static_cast<uint32_t>(c >> 32);
+        stream->ct = ct;
+    }
+};
 
 inline void mqDecoderStart(MqDecoderRegisters& r, const uint8_t* data, int32_t length) {
     r.data = data;
@@ -442,25 +467,27 @@ inline void mqDecoderStart(MqDecoderRegisters& r, const uint8_t* data, int32_t l
 // A, C and CT by value, for the out-of-line part of the renormalization.
 struct MqShifted {
     uint32_t a;
-    uint32_t c;
     int32_t ct;
+    uint64_t c;
 };
 
-// The renormalization that runs out of bits in CT: reads a byte whenever CT
-// runs out. Kept out of line (it runs about once per byte) so that the
-// decision code inlined into the passes stays small.
+// The renormalization that needs more bits than CT holds: reads the bytes
+// it needs, then reads ahead while the bytes are plain. Kept out of line (it
+// runs about once per four bytes) so that the decision code inlined into
+// the passes stays small.
 [[gnu::noinline]] inline MqShifted mqRenormalizeReading(MqDecoderRegisters& s, uint32_t a,
-                                                        uint32_t c, int32_t ct) {
-    int shift = __builtin_clz(a);
+                                                        uint64_t c, int32_t ct) {
+    const int shift = __builtin_clz(a);
     do {
-        if (ct == 0) mqByteIn(s, c, ct);
-        const int n = shift < ct ? shift : ct;
-        a <<= n;
-        c <<= n;
-        ct -= n;
-        shift -= n;
-    } while (shift > 0);
-    return {a, c, ct};
+        const MqByte b = mqNextByte(s);
+        c += uint64_t{b.value} << (40 + b.raise - ct);
+        ct += b.bits;
+    } while (ct < shift);
+    int32_t p = s.position;
+    for (; ct <= 32 && p + 1 < s.length && s.data[p] != 0xFF; ct += 8)
+        c += uint64_t{s.data[++p]} << (40 - ct);
+    s.position = p;
+    return {a << shift, ct - shift, c << shift};
 }
 
 // Shifts A back to at least half the interval; while CT covers the whole
@@ -483,9 +510,10 @@ struct MqShifted {
 // (or, after the conditional exchange, the MPS).
 [[gnu::always_inline]] inline int mqDecode(MqDecoderCursor& r, MqDecodeContext& context) {
     const uint32_t qe = context.qe;
+    const uint64_t qeHigh = uint64_t{qe} << 32;  // level with C's upper half
     int d = context.mps;
     r.a -= qe;
-    if (r.c < qe) {
+    if (r.c < qeHigh) {
         if (r.a < qe) {
             context = kMqDecodeContexts[context.afterMps];
         } else {
@@ -494,7 +522,7 @@ struct MqShifted {
         }
         r.a = qe;
     } else {
-        r.c -= qe;
+        r.c -= qeHigh;
         if (r.a >= kMqDecoderHalfInterval) return d;
         if (r.a < qe) {
             d ^= 1;
@@ -507,28 +535,51 @@ struct MqShifted {
     return d;
 }
 
+// The rows a context moves to, four per row: [4 x row + 2 x lps + top],
+// top being the top bit of the new A (no renormalization follows): the row
+// itself after an MPS that keeps A at half the interval or above, the MPS
+// successor after one that does not, the LPS successor after an LPS (which
+// always renormalizes: its A is Qe or below).
+constexpr std::array<MqDecodeContext, 4 * 94> makeMqDecodeSteps() {
+    std::array<MqDecodeContext, 4 * 94> t{};
+    for (int i = 0; i < 94; ++i) {
+        const MqDecodeContext& row = kMqDecodeContexts[static_cast<unsigned>(i)];
+        t[4 * i] = kMqDecodeContexts[row.afterMps];
+        t[4 * i + 1] = row;
+        t[4 * i + 2] = t[4 * i + 3] = kMqDecodeContexts[row.afterLps];
+    }
+    return t;
+}
+inline constexpr std::array<MqDecodeContext, 4 * 94> kMqDecodeSteps = makeMqDecodeSteps();
+
 // The same decision without a data-dependent branch: both intervals are
-// formed and the outcome selected, and the renormalization shift is 0 when
-// none is due. Slower than mqDecode where the MPS is the likely outcome,
-// but decisions near even odds (refinement bits, signs, the low planes of a
-// lossless block) would mispredict every other branch there.
+// formed and the outcome selected (conditional moves), and the
+// renormalization shift is 0 when none is due. Slower than mqDecode where
+// the MPS is the likely outcome, but decisions near even odds (refinement
+// bits, signs, the low planes of a lossless block) would mispredict every
+// other branch there.
 [[gnu::always_inline]] inline int mqDecodeEven(MqDecoderCursor& r, MqDecodeContext& context) {
-    const uint32_t qe = context.qe;
-    const uint32_t rest = r.a - qe;
-    uint32_t low = r.c < qe;  // the code value lies in the lower (Qe) interval
-    uint32_t lps = low ^ static_cast<uint32_t>(rest < qe);
-    // The compiler would turn the selections below back into branches on
-    // these conditions; hidden from it, they stay arithmetic.
-    asm("" : "+r"(low), "+r"(lps));
-    const uint32_t lowMask = 0 - low;
-    // An LPS always renormalizes: the step is 0, 1 (MPS) or 2 (LPS).
-    const uint32_t step = (low | ((rest >> 31) ^ 1)) + lps;
-    const int d = context.mps ^ static_cast<int>(lps);
-    r.c -= qe & ~lowMask;
-    r.a = (qe & lowMask) | (rest & ~lowMask);
-    context = kMqDecodeContexts[context.next(step)];
+    const MqDecodeContext cx = context;
+    const uint32_t rest = r.a - cx.qe;
+    // low: the code value lies in the lower (Qe) interval, which then
+    // becomes A while C stays; else A - Qe remains and C drops by Qe. As
+    // likely as not, so the selections are conditional moves: left to
+    // itself, the compiler turns them into a branch.
+    const uint64_t qeHigh = uint64_t{cx.qe} << 32;  // level with C's upper half
+    uint32_t a = rest;
+    uint64_t c = r.c - qeHigh;
+    bool low;
+    asm("cmpq %[qeHigh], %[c0]\n\t"
+        "cmovbl %[qe], %[a]\n\t"
+        "cmovbq %[c0], %[c]"
+        : [a] "+r"(a), [c] "+r"(c), "=@ccb"(low)
+        : [qe] "r"(cx.qe), [qeHigh] "r"(qeHigh), [c0] "r"(r.c));
+    r.c = c;
+    const uint32_t lps = static_cast<uint32_t>(low) ^ static_cast<uint32_t>(rest < cx.qe);
+    context = kMqDecodeSteps[4u * cx.self + 2 * lps + (a >> 31)];
+    r.a = a;
     mqRenormalize(r);
-    return d;
+    return cx.mps ^ static_cast<int>(lps);
 }
 
 // One decision with the context in its record form (a row index).

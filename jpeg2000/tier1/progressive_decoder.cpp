@@ -153,9 +153,14 @@ void attachCodeBlock(ProgressiveDecodeState* s, uint8_t* dst, int32_t dstStep, Z
     s->width = size.width;
     s->height = size.height;
     s->flags = codeStyleFlags;
-    if (!(codeStyleFlags & kFlagKeepDestination))
-        for (int32_t y = 0; y < size.height; ++y)
-            std::memset(rowAt(dst, dstStep, y), 0, static_cast<size_t>(size.width) * 4);
+    if (!(codeStyleFlags & kFlagKeepDestination)) {
+        const size_t rowBytes = static_cast<size_t>(size.width) * 4;
+        if (static_cast<size_t>(dstStep) == rowBytes)  // rows back to back: one clear
+            std::memset(dst, 0, rowBytes * static_cast<size_t>(size.height));
+        else
+            for (int32_t y = 0; y < size.height; ++y)
+                std::memset(rowAt(dst, dstStep, y), 0, rowBytes);
+    }
     if (!(codeStyleFlags & kFlagKeepStateArray))
         std::memset(stateArray(s), 0,
                     static_cast<size_t>(stateArrayBytes(size.width, size.height)));

@@ -56,7 +56,7 @@ public:
         return passes;
     }
 
-private:
+protected:
     int index(int x, int y) const { return y * w_ + x; }
     uint32_t magnitude(int x, int y) const {
         return static_cast<uint32_t>(words_[index(x, y)]) & 0x7FFFFFFFu;
@@ -115,16 +115,29 @@ private:
         return false;
     }
 
-    // The standard's sign contexts 9..13 and XOR bit from the horizontal and
-    // vertical contributions.
-    ReferenceDecision signDecision(int x, int y) const {
+    // The standard's sign contexts 9..13 (as the label) and XOR bit from the
+    // horizontal and vertical contributions.
+    ReferenceDecision signContext(int x, int y) const {
         const auto clamp = [](int s) { return s > 0 ? 1 : (s < 0 ? -1 : 0); };
         const int h = clamp(signedNeighbour(x, y, -1, 0) + signedNeighbour(x, y, 1, 0));
         const int v = clamp(signedNeighbour(x, y, 0, -1) + signedNeighbour(x, y, 0, 1));
         static const int kContext[3][3] = {{13, 12, 11}, {10, 9, 10}, {11, 12, 13}};  // [h+1][v+1]
         static const int kXor[3][3] = {{1, 1, 1}, {1, 0, 0}, {0, 0, 0}};
-        const int s = negative(x, y) ? 1 : 0;
-        return {s ^ kXor[h + 1][v + 1], kContext[h + 1][v + 1] + 2};
+        return {kXor[h + 1][v + 1], kContext[h + 1][v + 1] + 2};
+    }
+    ReferenceDecision signDecision(int x, int y) const {
+        const ReferenceDecision c = signContext(x, y);
+        return {(negative(x, y) ? 1 : 0) ^ c.bit, c.label};
+    }
+
+    // Run mode: a stripe column of four rows none of which is significant,
+    // visited or next to a significant sample.
+    bool startsRunMode(int x, int y0, int end) const {
+        bool runMode = end - y0 == 4;
+        for (int k = y0; k < end && runMode; ++k)
+            runMode =
+                !sig_[index(x, k)] && !visited_[index(x, k)] && !hasSignificantNeighbour(x, k);
+        return runMode;
     }
 
     void becomeSignificant(int x, int y, bool raw, std::vector<ReferenceDecision>& out) {
@@ -177,11 +190,7 @@ private:
             for (int x = 0; x < w_; ++x) {
                 int y = y0;
                 const int end = y0 + 4 < h_ ? y0 + 4 : h_;
-                bool runMode = end - y0 == 4;
-                for (int k = y0; k < end && runMode; ++k)
-                    runMode = !sig_[index(x, k)] && !visited_[index(x, k)] &&
-                              !hasSignificantNeighbour(x, k);
-                if (runMode) {
+                if (startsRunMode(x, y0, end)) {
                     int first = -1;
                     for (int k = 0; k < 4 && first < 0; ++k)
                         if ((magnitude(x, y0 + k) >> p) & 1) first = k;

@@ -7,6 +7,7 @@
 
 #include "zeqcodec/j2k_codec.h"
 #include "zeqcodec/j2k_layout.h"
+#include "zeqcodec/j2k_samples.h"
 #include "zeqcodec/sample_planes.h"
 #include "zeqj.h"
 
@@ -69,7 +70,9 @@ template <class T>
 void blockToSignMagnitude(const T* src, size_t rowLength, int32_t w, int32_t h, bool lossless,
                           float inverseStep, int32_t* dst) {
     for (int32_t y = 0; y < h; ++y, src += rowLength, dst += CodeBlockSize) {
-        if (lossless) {
+        if constexpr (sizeof(T) == 2) {
+            j2k::shortsToSignMagnitude(src, dst, w);
+        } else if (lossless) {
             for (int32_t x = 0; x < w; ++x) {
                 const int32_t v = src[x];
                 const uint32_t m = static_cast<uint32_t>(v < 0 ? -v : v);

@@ -1,15 +1,41 @@
-// Sample conversions of the JPEG 2000 decoder, SSE2 with scalar tails: code-
-// block words to coefficients and reconstructed samples to bytes.
+// Sample conversions of the JPEG 2000 codec, SSE2 with scalar tails: 16-bit
+// coefficients to code-block words, code-block words to coefficients and
+// reconstructed samples to bytes.
 #ifndef ZEQCODEC_J2K_SAMPLES_H
 #define ZEQCODEC_J2K_SAMPLES_H
 
 #include <emmintrin.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 
 namespace zeqcodec::j2k {
+
+// 16-bit coefficients to code-block words (sign-magnitude).
+inline void shortsToSignMagnitude(const int16_t* src, int32_t* dst, int32_t n) {
+    const __m128i zero = _mm_setzero_si128(), signBit = _mm_set1_epi32(INT32_MIN);
+    int32_t x = 0;
+    for (; x + 8 <= n; x += 8) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + x));
+        const __m128i negative = _mm_srai_epi16(v, 15);
+        const __m128i m = _mm_sub_epi16(_mm_xor_si128(v, negative), negative);  // |v| unsigned
+        const __m128i low =
+            _mm_or_si128(_mm_unpacklo_epi16(m, zero),
+                         _mm_and_si128(_mm_unpacklo_epi16(zero, negative), signBit));
+        const __m128i high =
+            _mm_or_si128(_mm_unpackhi_epi16(m, zero),
+                         _mm_and_si128(_mm_unpackhi_epi16(zero, negative), signBit));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x), low);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + x + 4), high);
+    }
+    for (; x < n; ++x) {
+        const int32_t v = src[x];
+        const uint32_t m = static_cast<uint32_t>(v < 0 ? -v : v);
+        dst[x] = static_cast<int32_t>(m | (v < 0 ? 0x80000000u : 0u));
+    }
+}
 
 // Code-block words (sign and magnitude) to signed coefficients with the
 // magnitude capped at `limit`.

@@ -108,3 +108,27 @@ TEST(J2kSamples, InterleavedBytesAreThePlanesInTurn) {
         for (size_t k = 3 * n; k < got.size(); ++k) EXPECT_EQ(got[k], 0xA5) << "past the end";
     }
 }
+
+TEST(J2kSamples, ShortCoefficientsBecomeSignMagnitudeWords) {
+    for (int i = 0; i < scaledCount(2000); ++i) {
+        auto& rng = seededRng(static_cast<uint32_t>(i));
+        const int32_t n = uniform<int>(rng, 0, 70);
+        std::vector<int16_t> src(static_cast<size_t>(n));
+        for (auto& v : src) {
+            const int kind = uniform<int>(rng, 0, 3);
+            v = static_cast<int16_t>(kind == 0   ? (uniform<int>(rng, 0, 1) ? -32768 : 32767)
+                                     : kind == 1 ? uniform<int>(rng, -2, 2)
+                                                 : uniform<int>(rng, -32768, 32767));
+        }
+        std::vector<int32_t> got(static_cast<size_t>(n) + 1, 0x5A5A5A5A);
+        shortsToSignMagnitude(src.data(), got.data(), n);
+        for (int32_t x = 0; x < n; ++x) {
+            const int32_t v = src[static_cast<size_t>(x)];
+            const uint32_t expected =
+                static_cast<uint32_t>(v < 0 ? -v : v) | (v < 0 ? 0x80000000u : 0u);
+            ASSERT_EQ(static_cast<uint32_t>(got[static_cast<size_t>(x)]), expected)
+                << i << " at " << x;
+        }
+        EXPECT_EQ(got[static_cast<size_t>(n)], 0x5A5A5A5A);
+    }
+}

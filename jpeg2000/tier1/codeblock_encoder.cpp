@@ -316,13 +316,7 @@ struct ByteSink {
             rec->staged[(rec->stagedHead + rec->stagedCount) % kStagedBytes] = b;
             ++rec->stagedCount;
         }
-        if (total == nextCheck) {
-            int32_t k = rec->rateCheckPass;
-            for (; k < rec->readPass && static_cast<int64_t>(rec->passRate[k]) - 1 == total; ++k)
-                if (b == 0xFF) --rec->passRate[k];
-            rec->rateCheckPass = k;
-            nextCheck = k < rec->readPass ? static_cast<int32_t>(rec->passRate[k]) - 1 : -1;
-        }
+        if (total == nextCheck) checkRatesEndingAt(total, b);
         rec->lastByte = b;
         ++total;
     }
@@ -334,11 +328,7 @@ struct ByteSink {
         const int32_t end = total + count;
         for (int32_t at = total; nextCheck >= at && nextCheck < end;) {
             const int32_t position = nextCheck;
-            int32_t k = rec->rateCheckPass;
-            for (; k < rec->readPass && static_cast<int64_t>(rec->passRate[k]) - 1 == position; ++k)
-                if (bytes[position] == 0xFF) --rec->passRate[k];
-            rec->rateCheckPass = k;
-            nextCheck = k < rec->readPass ? static_cast<int32_t>(rec->passRate[k]) - 1 : -1;
+            checkRatesEndingAt(position, bytes[position]);
             at = position + 1;
         }
         if (count > 0) rec->lastByte = bytes[end - 1];
@@ -356,7 +346,23 @@ struct ByteSink {
             if (end >= 0 && end == total - 1 && rec->lastByte == 0xFF) --rec->passRate[k];
         }
         rec->rateCheckPass = k;
-        nextCheck = k < rec->readPass ? static_cast<int32_t>(rec->passRate[k]) - 1 : -1;
+        nextCheck = rateEnd(k);
+    }
+
+private:
+    // The byte position the rate of pass k ends on; -1 past the passes read.
+    int32_t rateEnd(int32_t k) const {
+        return k < rec->readPass ? static_cast<int32_t>(rec->passRate[k]) - 1 : -1;
+    }
+
+    // The rates ending on the byte b at `position`: one lower when it is
+    // 0xFF. Then the next position to wait for.
+    void checkRatesEndingAt(int32_t position, uint8_t b) {
+        int32_t k = rec->rateCheckPass;
+        for (; k < rec->readPass && static_cast<int64_t>(rec->passRate[k]) - 1 == position; ++k)
+            if (b == 0xFF) --rec->passRate[k];
+        rec->rateCheckPass = k;
+        nextCheck = rateEnd(k);
     }
 };
 
